@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#ifndef VESK_DNSSD_AVAHIBACKEND_H
+#define VESK_DNSSD_AVAHIBACKEND_H
+
+#include "AvahiClientPool.h"
+#include "Backend.h"
+#include "Loop.h"
+
+#include <atomic>
+
+namespace vesk::dnssd {
+
+/// Asks the Avahi daemon: record browsers answer the questions, entry groups publish the services.
+class AvahiBackend : public Backend
+{
+public:
+    AvahiBackend(Loop& loop, StateListener& listener);
+    ~AvahiBackend() override;
+
+    bool reachable() const override;
+    State state() const override { return m_state; }
+    std::unique_ptr<Asking> ask(const Query& query, Asker& asker) override;
+    std::unique_ptr<Asking> glance(const Labels& instance, uint32_t interface, Transport transport,
+                                   Glancer& glancer) override;
+    PublishResult publish(const Service& service, Publisher& publisher) override;
+    std::string hostName() override;
+
+    /// Gives up all connections when `error` means that the daemon cannot be reached any more.
+    void loseOn(int error);
+    /// The same a turn later, for whoever is called by libavahi.
+    void loseLaterOn(int error);
+
+private:
+    void connect();
+    void lose();
+    void clientChanged(AvahiClientState state);
+    void setState(State state);
+
+    Loop& m_loop;
+    StateListener& m_listener;
+    std::atomic<State> m_state{State::Absent};
+    std::atomic<bool> m_onBus{false};
+    AvahiClientPool m_pool;
+    Timer m_retry;
+};
+
+} // namespace vesk::dnssd
+
+#endif

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#ifndef VESK_DNSSD_INTERFACES_H
+#define VESK_DNSSD_INTERFACES_H
+
+#include <cstdint>
+
+namespace vesk::dnssd {
+
+uint32_t loopbackIndex();
+
+bool interfaceExists(uint32_t index);
+
+/// Whether no other interface than loopback could carry multicast DNS.
+bool onlyLoopbackIsUp();
+
+} // namespace vesk::dnssd
+
+#endif
