@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "Checks.h"
+#include "Commands.h"
+#include "ExitCode.h"
+#include "Session.h"
+#include "Text.h"
+
+#include <cstdlib>
+
+namespace {
+
+void tell(Session* session, const Check& check)
+{
+    if (session->arguments.json) {
+        session->output.json(jsonEvent("check", {{"check", check.subject},
+                                                 {"ok", check.isInOrder},
+                                                 {"text", check.finding},
+                                                 {"advice", check.advice}}));
+        return;
+    }
+    const QString mark = check.isInOrder ? session->output.styled("ok ", Style::Good)
+                                         : session->output.styled("BAD", Style::Bad);
+    session->output.line(
+        QString("%1  %2 %3").arg(mark, (check.subject + ':').leftJustified(11), printable(check.finding)));
+    if (!check.advice.isEmpty())
+        session->output.line(QString(17, ' ') + printable(check.advice));
+}
+
+} // namespace
+
+int doctor(Session* session)
+{
+    bool isAllInOrder = true;
+    for (const auto& examine : {&checkBus, &checkDaemon, &checkInterfaces, &checkLibrary}) {
+        const QVector<Check> checks = examine();
+        for (const Check& check : checks) {
+            tell(session, check);
+            isAllInOrder = isAllInOrder && check.isInOrder;
+        }
+    }
+    if (isBusHung())
+        std::_Exit(ExitNothing); // an orderly exit would wait for the bus
+    return isAllInOrder ? ExitDone : ExitNothing;
+}

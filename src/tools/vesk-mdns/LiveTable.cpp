@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#include "LiveTable.h"
+
+#include "Text.h"
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int drawDelayMs = 50; // many changes at once are drawn once
+constexpr char keysHint[] = "q ends";
+
+// Reading the terminal from the background would stop the program.
+bool isInForeground()
+{
+    return tcgetpgrp(STDIN_FILENO) == getpgrp();
+}
+
+} // namespace
+
+LiveTable::LiveTable(QString title, const QVector<Column>& columns, int ageColumn, Session* session)
+    : m_title(std::move(title))
+    , m_table(columns, ageColumn)
+    , m_session(session)
+    , m_keys(STDIN_FILENO, QSocketNotifier::Read)
+{
+    m_clock.start();
+    m_soon.setSingleShot(true);
+    connect(&m_soon, &QTimer::timeout, this, &LiveTable::draw);
+    connect(&m_second, &QTimer::timeout, this, &LiveTable::draw);
+    connect(&m_keys, &QSocketNotifier::activated, this, &LiveTable::readKeys);
+    connect(&session->unixSignals, &UnixSignals::resized, this, &LiveTable::draw);
+    connect(&session->unixSignals, &UnixSignals::suspendRequested, this, &LiveTable::suspend);
+    connect(&session->log, &LibraryLog::logged, this, &LiveTable::setStatus);
+    session->unixSignals.catchSuspend();
+    m_keys.setEnabled(isatty(STDIN_FILENO));
+    m_second.start(1000);
+    m_screen.emplace(&session->output);
+    draw();
+}
+
+LiveTable::~LiveTable()
+{
+    m_screen.reset();
+    const QStringList lines = table(Screen::size().width());
+    for (const QString& line : lines)
+        m_session->output.line(line);
+}
+
+void LiveTable::put(const QString& key, const QStringList& cells)
+{
+    m_table.put(key, cells, m_clock.elapsed());
+    if (!m_soon.isActive())
+        m_soon.start(drawDelayMs);
+}
+
+void LiveTable::remove(const QString& key)
+{
+    m_table.remove(key, m_clock.elapsed());
+    if (!m_soon.isActive())
+        m_soon.start(drawDelayMs);
+}
+
+void LiveTable::setStatus(const QString& text)
+{
+    m_status = printable(text);
+    draw();
+}
+
+QStringList LiveTable::table(int width) const
+{
+    return tableLines(m_table.columns(), m_table.rows(m_clock.elapsed()), width, m_session->output);
+}
+
+void LiveTable::draw()
+{
+    if (!m_screen)
+        return;
+    const QSize size = Screen::size();
+    const QString title = QString("%1: %2").arg(m_title).arg(m_table.count());
+    QStringList lines = table(size.width());
+    const int room = size.height() - 2; // title and status
+    if (lines.size() > room && room > 1) {
+        const int hidden = lines.size() - room + 1;
+        lines = lines.mid(0, room - 1);
+        lines.append(cutToWidth(QString("  %1 more; make the window taller").arg(hidden), size.width()));
+    }
+    while (lines.size() < room)
+        lines.append(QString());
+    lines.prepend(cutToWidth(title, size.width()));
+    lines.append(m_session->output.styled(cutToWidth(m_status.isEmpty() ? keysHint : m_status, size.width()),
+                                          m_status.isEmpty() ? Style::Faint : Style::Bad));
+    m_screen->show(lines);
+}
+
+void LiveTable::suspend()
+{
+    m_screen.reset();
+    UnixSignals::suspend();
+    m_screen.emplace(&m_session->output);
+    draw();
+}
+
+void LiveTable::readKeys()
+{
+    if (!isInForeground())
+        return;
+    char keys[64];
+    const ssize_t count = read(STDIN_FILENO, keys, sizeof keys);
+    if (count <= 0)
+        m_keys.setEnabled(false);
+    else if (QByteArray(keys, int(count)).contains('q'))
+        m_session->stop();
+}
