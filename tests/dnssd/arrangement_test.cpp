@@ -1,0 +1,323 @@
+// SPDX-License-Identifier: MIT
+//
+// What reaches the daemon, and how little of it.
+#include "Played.h"
+
+#include <algorithm>
+
+using namespace vesk::dnssd;
+using namespace vesk::dnssd::tests;
+
+namespace {
+
+constexpr uint32_t Loopback = 1; // the one interface that every machine has
+const std::string Kitchen = "Kitchen._demo._tcp.local.";
+
+class Arrangement : public WithBackend
+{
+protected:
+    /// Questions of the test before may still linger.
+    Arrangement()
+    {
+        EXPECT_TRUE(waitUntil({}, [] { return questionsNow() == 0; }));
+        forget();
+    }
+
+    static void forget()
+    {
+        backend().inspect([] { FakeBackend::instance().forgetAsked(); });
+    }
+
+    static std::vector<Query> asked(uint16_t type)
+    {
+        std::vector<Query> result;
+        backend().inspect([&] {
+            const auto& all = FakeBackend::instance().asked();
+            std::copy_if(all.begin(), all.end(), std::back_inserter(result),
+                         [&](const Query& query) { return query.type == type; });
+        });
+        return result;
+    }
+
+    static std::size_t glances()
+    {
+        std::size_t count = 0;
+        backend().inspect([&] { count = FakeBackend::instance().glances().size(); });
+        return count;
+    }
+
+    /// Asked in the end, however long it may wait for a quiet moment.
+    static bool isAskedInTime(uint16_t type, std::size_t count = 1)
+    {
+        return waitUntil({}, [&] { return asked(type).size() == count; });
+    }
+
+    static std::size_t questionsNow()
+    {
+        std::size_t count = 0;
+        backend().inspect([&] { count = FakeBackend::instance().questions(); });
+        return count;
+    }
+
+    static void comeKitchen(const std::string& txt, Transport transport = Transport::IPv4,
+                            uint32_t interface = Lan1)
+    {
+        backend().come(instancePointer("Kitchen", interface), transport);
+        backend().come(service("Kitchen", {"hostb", "local"}, 8080, interface), transport);
+        backend().come(txtOf("Kitchen", txt, interface), transport);
+    }
+};
+
+using Sharing = Arrangement;
+using Glancing = Arrangement;
+using OneTransport = Arrangement;
+using Order = Arrangement;
+
+} // namespace
+
+/* ---- Questions are shared ---- */
+
+TEST_F(Sharing, SameQuestionIsAskedOnce)
+{
+    backend().come(address(kDNSServiceType_A, std::string("\12\0\0\1", 4)));
+    Addresses first("hostb.local.", kDNSServiceProtocol_IPv4, Lan1);
+    settle(first);
+    Addresses second("HOSTB.local", kDNSServiceProtocol_IPv4, Lan1);
+    settle(second);
+    EXPECT_EQ(asked(kDNSServiceType_A).size(), 1U);
+    ASSERT_EQ(second.replies.size(), 1U);
+    EXPECT_EQ(second.replies[0].flags,
+              DNSServiceFlags(kDNSServiceFlagsAdd | kDNSServiceFlagAnsweredFromCache));
+}
+
+TEST_F(Sharing, OtherInterfaceIsAnotherQuestion)
+{
+    Browse first("_demo._tcp", Lan1);
+    Browse second("_demo._tcp", Lan2);
+    settle(second);
+    EXPECT_EQ(asked(kDNSServiceType_PTR).size(), 2U);
+}
+
+TEST_F(Sharing, QuestionLingersForWhoeverAsksNext)
+{
+    backend().come(instancePointer("Kitchen"));
+    Browse("_demo._tcp").process();
+    Browse next("_demo._tcp");
+    settle(next);
+    EXPECT_TRUE(next.has("Kitchen"));
+    EXPECT_EQ(asked(kDNSServiceType_PTR).size(), 1U);
+}
+
+TEST_F(Sharing, ReleasedQuestionsAreGivenBack)
+{
+    {
+        Browse browse("_demo._tcp");
+        RecordQuery record(Kitchen.c_str(), kDNSServiceType_TXT);
+        settle(record);
+        EXPECT_EQ(questionsNow(), 2U);
+    }
+    EXPECT_TRUE(waitUntil({}, [] { return questionsNow() == 0; }));
+}
+
+/* ---- Instances that are browsed need but a glance ---- */
+
+TEST_F(Glancing, BrowsedInstanceIsResolvedByAGlanceAlone)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("Kitchen", "_demo._tcp.", "local.", Lan1);
+    settle(resolve);
+    ASSERT_EQ(resolve.replies.size(), 1U);
+    EXPECT_EQ(resolve.replies[0].fullname, Kitchen);
+    EXPECT_EQ(resolve.replies[0].host, "hostb.local.");
+    EXPECT_EQ(resolve.replies[0].port, 8080);
+    EXPECT_EQ(resolve.replies[0].txt, "\3a=1");
+    EXPECT_EQ(resolve.replies[0].interface, Lan1);
+    EXPECT_EQ(glances(), 1U);
+    EXPECT_TRUE(asked(kDNSServiceType_SRV).empty());
+    EXPECT_TRUE(asked(kDNSServiceType_TXT).empty());
+}
+
+TEST_F(Glancing, ResolverThatStaysHasTheRecordsWatched)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_SRV));
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_TXT));
+    settle(resolve);
+    EXPECT_EQ(resolve.replies.size(), 1U) << "the same once more is no news";
+    backend().come(txtOf("Kitchen", "\3a=2"));
+    settle(resolve);
+    ASSERT_EQ(resolve.replies.size(), 2U);
+    EXPECT_EQ(resolve.replies[1].txt, "\3a=2");
+}
+
+TEST_F(Glancing, TextThatWasSeenIsThereAtOnceAndWatchedSoon)
+{
+    comeKitchen("\3a=1", Transport::IPv4, Loopback);
+    Browse browse("_demo._tcp", Loopback);
+    settle(browse);
+    {
+        Resolve resolve("Kitchen", "_demo._tcp", "local", Loopback);
+        settle(resolve);
+    }
+    RecordQuery text(Kitchen.c_str(), kDNSServiceType_TXT, kDNSServiceFlagsForceMulticast, Loopback);
+    settle(text);
+    ASSERT_EQ(text.replies.size(), 1U);
+    EXPECT_EQ(text.replies[0].data, "\3a=1");
+    EXPECT_TRUE(asked(kDNSServiceType_TXT).empty());
+
+    backend().come(txtOf("Kitchen", "\3a=2", Loopback)); // nobody listens yet
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_TXT));
+    settle(text);
+    ASSERT_EQ(text.replies.size(), 2U);
+    EXPECT_EQ(text.replies[1].data, "\3a=2");
+}
+
+TEST_F(Glancing, TextThatHasGoneMeanwhileIsTakenBack)
+{
+    comeKitchen("\3a=1", Transport::IPv4, Loopback);
+    Browse browse("_demo._tcp", Loopback);
+    settle(browse);
+    {
+        Resolve resolve("Kitchen", "_demo._tcp", "local", Loopback);
+        settle(resolve);
+    }
+    RecordQuery text(Kitchen.c_str(), kDNSServiceType_TXT, kDNSServiceFlagsForceMulticast, Loopback);
+    settle(text);
+    ASSERT_EQ(text.replies.size(), 1U);
+    backend().go(txtOf("Kitchen", "\3a=1", Loopback)); // nobody listens yet
+    EXPECT_TRUE(asked(kDNSServiceType_TXT).empty());
+    ASSERT_TRUE(waitUntil({&text}, [&] { return text.replies.size() == 2; }));
+    EXPECT_EQ(text.replies[1].flags, 0U);
+}
+
+TEST_F(Glancing, InstanceThatIsNotSeenIsAskedFor)
+{
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    EXPECT_EQ(glances(), 0U);
+    EXPECT_EQ(asked(kDNSServiceType_SRV).size(), 1U);
+    EXPECT_EQ(asked(kDNSServiceType_TXT).size(), 1U);
+}
+
+TEST_F(Glancing, OtherSpellingIsAskedForToLearnTheRecordsOwn)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("KITCHEN", "_DEMO._TCP", "local", Lan1);
+    settle(resolve);
+    EXPECT_EQ(glances(), 0U);
+    ASSERT_EQ(resolve.replies.size(), 1U);
+    EXPECT_EQ(resolve.replies[0].fullname, Kitchen);
+}
+
+TEST_F(Glancing, AnyInterfaceIsAskedForAsAGlanceSeesOneOnly)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("Kitchen", "_demo._tcp", "local", 0);
+    settle(resolve);
+    EXPECT_EQ(glances(), 0U);
+    EXPECT_EQ(resolve.replies.size(), 1U);
+}
+
+TEST_F(Glancing, GlanceThatShowsNothingGivesWayToTheQuestion)
+{
+    backend().come(instancePointer("Kitchen"));
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_SRV));
+    EXPECT_EQ(glances(), 1U);
+    comeKitchen("\3a=1");
+    settle(resolve);
+    EXPECT_EQ(resolve.replies.size(), 1U);
+}
+
+TEST_F(Glancing, InstanceThatIsGoneIsNotSeenAnyMore)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    backend().go(instancePointer("Kitchen"));
+    settle(browse);
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    EXPECT_EQ(glances(), 0U);
+}
+
+/* ---- One transport is enough for an instance ---- */
+
+TEST_F(OneTransport, BrowsedInstanceIsAskedForOverOneItIsSeenOver)
+{
+    comeKitchen("\3a=1", Transport::IPv6);
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("KITCHEN", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    ASSERT_EQ(asked(kDNSServiceType_SRV).size(), 1U);
+    EXPECT_EQ(asked(kDNSServiceType_SRV)[0].transport, Transport::IPv6);
+    EXPECT_EQ(resolve.replies.size(), 1U);
+}
+
+TEST_F(OneTransport, QuestionMovesWhenTheInstanceIsLeftOnTheOtherOnly)
+{
+    comeKitchen("\3a=1", Transport::IPv4);
+    comeKitchen("\3a=1", Transport::IPv6);
+    Browse browse("_demo._tcp");
+    settle(browse);
+    Resolve resolve("KITCHEN", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    ASSERT_EQ(asked(kDNSServiceType_TXT).size(), 1U);
+    EXPECT_EQ(asked(kDNSServiceType_TXT)[0].transport, Transport::IPv4);
+
+    backend().go(instancePointer("Kitchen"), Transport::IPv4);
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_TXT, 2));
+    EXPECT_EQ(asked(kDNSServiceType_TXT)[1].transport, Transport::IPv6);
+    backend().come(txtOf("Kitchen", "\3a=2"), Transport::IPv6);
+    settle(resolve);
+    ASSERT_EQ(resolve.replies.size(), 2U);
+    EXPECT_EQ(resolve.replies[1].txt, "\3a=2");
+}
+
+TEST_F(OneTransport, UnseenInstanceIsAskedForOverBoth)
+{
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    ASSERT_EQ(asked(kDNSServiceType_SRV).size(), 1U);
+    EXPECT_FALSE(asked(kDNSServiceType_SRV)[0].transport);
+}
+
+/* ---- The last record told is the one that holds ---- */
+
+TEST_F(Order, LateQueryHearsTheNewRecordLast)
+{
+    RecordQuery first(Kitchen.c_str(), kDNSServiceType_TXT);
+    backend().come(txtOf("Kitchen", "\3a=1"));
+    backend().come(txtOf("Kitchen", "\3b=1"));
+    backend().come(txtOf("Kitchen", "\3a=2"));
+    settle(first);
+    RecordQuery late(Kitchen.c_str(), kDNSServiceType_TXT);
+    settle(late);
+    ASSERT_EQ(late.replies.size(), 3U);
+    EXPECT_EQ(late.replies[0].data, "\3a=1");
+    EXPECT_EQ(late.replies[2].data, "\3a=2");
+}
+
+TEST_F(Order, RecordIsToldAgainWhenTheOutdatedOneToldAfterItGoes)
+{
+    RecordQuery query(Kitchen.c_str(), kDNSServiceType_TXT);
+    backend().come(txtOf("Kitchen", "\3new"));
+    backend().come(txtOf("Kitchen", "\3old"));
+    backend().go(txtOf("Kitchen", "\3old"));
+    settle(query);
+    ASSERT_EQ(query.replies.size(), 4U);
+    EXPECT_EQ(query.replies[3].data, "\3new");
+    EXPECT_TRUE(query.replies[3].flags & kDNSServiceFlagsAdd);
+}
