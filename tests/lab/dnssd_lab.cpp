@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "dnssd_lab.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace vesk::dnssd::tests {
+
+namespace {
+
+double processorSeconds()
+{
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+} // namespace
+
+void run(const std::string& command)
+{
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+std::string outputOf(const std::string& command)
+{
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string output;
+    std::array<char, 4096> part;
+    while (const std::size_t size = pipe ? fread(part.data(), 1, part.size(), pipe.get()) : 0)
+        output.append(part.data(), size);
+    return output;
+}
+
+Beside::Beside(const std::string& command)
+    : m_process(fork())
+{
+    if (m_process != 0)
+        return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    setpgid(0, 0);
+    execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+}
+
+Beside::~Beside()
+{
+    end();
+}
+
+void Beside::end()
+{
+    if (m_process <= 0)
+        return;
+    kill(-m_process, SIGTERM);
+    kill(m_process, SIGTERM); // it may not have made its group yet
+    waitpid(m_process, nullptr, 0);
+    m_process = -1;
+}
+
+bool isSeenFrom(const std::string& host, const std::string& type, const std::string& text,
+                const std::vector<Handle*>& handles)
+{
+    const std::string command = "lab-on " + host + " timeout 5 avahi-browse -ptr " + type + " 2>/dev/null";
+    return waitUntil(handles, [&] { return outputOf(command).find(text) != std::string::npos; });
+}
+
+Quiet watchQuiet(const std::vector<Handle*>& handles, std::chrono::milliseconds time)
+{
+    std::vector<pollfd> descriptors;
+    for (const Handle* handle : handles)
+        descriptors.push_back({DNSServiceRefSockFD(handle->ref()), POLLIN, 0});
+    const double before = processorSeconds();
+    const int readable = poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
+    const double spent = processorSeconds() - before;
+    return {readable == 0, spent / (static_cast<double>(time.count()) / 1000)};
+}
+
+} // namespace vesk::dnssd::tests

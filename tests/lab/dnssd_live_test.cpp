@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+//
+// The client library with a real daemon, and with another host's.
+#include "dnssd_lab.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <thread>
+
+using namespace vesk::dnssd::tests;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr uint32_t Lan1 = 11;
+constexpr uint32_t Lan2 = 12;
+
+template <typename Operation>
+std::vector<Handle*> all(const std::vector<std::unique_ptr<Operation>>& operations)
+{
+    std::vector<Handle*> handles;
+    for (const auto& operation : operations)
+        handles.push_back(operation.get());
+    return handles;
+}
+
+} // namespace
+
+TEST(Live, EightThreadsAtOnce)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([thread] {
+            for (int round = 0; round < 8 && !testing::Test::HasFailure(); ++round) {
+                const std::string name = "Own " + std::to_string(thread) + '-' + std::to_string(round);
+                Registration registration(name.c_str(), "_demo._tcp", 8080, "\3a=1");
+                Browse browse("_demo._tcp");
+                Resolve resolve(name.c_str(), "_demo._tcp", "local");
+                Addresses addresses("hosta.local", kDNSServiceProtocol_IPv4);
+                RecordQuery query((name + "._demo._tcp.local").c_str(), kDNSServiceType_TXT);
+                registration.update("\3a=2");
+                if (round % 4 == 3)
+                    continue; // released while everything is under way
+                EXPECT_TRUE(waitUntil({&registration, &browse, &resolve, &addresses, &query}, [&] {
+                    return registration.isDone() && browse.has(name) && !resolve.replies.empty() &&
+                           !addresses.replies.empty() && !query.replies.empty();
+                }));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(Live, OneEventForEachLinkWhateverTheFamilies)
+{
+    Beside publisher("exec lab-on hostb avahi-publish -s Far _demo._tcp 80 >/dev/null 2>&1");
+    Registration near("Near", "_demo._tcp", 80);
+    Browse browse("_demo._tcp");
+    ASSERT_TRUE(waitUntil({&near, &browse}, [&] { return browse.present().size() >= 4; }));
+    // Whatever else there is to say about the two is said before a third one is.
+    Registration last("Last", "_demo._tcp", 81);
+    ASSERT_TRUE(waitUntil({&near, &browse, &last}, [&] { return browse.count("Last", true) == 2; }));
+    std::multiset<Instance> expected;
+    for (const char* name : {"Far", "Near", "Last"}) {
+        for (const uint32_t interface : {Lan1, Lan2})
+            expected.insert({name, "_demo._tcp.", "local.", interface});
+    }
+    EXPECT_EQ(browse.present(), expected);
+}
+
+TEST(Live, SubtypesAreSeenByOthers)
+{
+    Registration registration("Kitchen", "_demo._tcp,_printer,_colour", 80);
+    Browse asSubtype("_demo._tcp,_colour");
+    Browse types("_services._dns-sd._udp");
+    EXPECT_TRUE(waitUntil({&registration, &asSubtype, &types},
+                          [&] { return asSubtype.has("Kitchen") && types.has("_demo"); }));
+    for (const char* type : {"_demo._tcp", "_printer._sub._demo._tcp", "_colour._sub._demo._tcp"})
+        EXPECT_TRUE(isSeenFrom("hostb", type, "Kitchen")) << type;
+}
+
+TEST(Live, NamesOfEveryByteAndOfTheLongestEscapedForm)
+{
+    std::vector<std::string> names;
+    for (int byte = 1; byte < 128; ++byte) {
+        char number[8];
+        std::snprintf(number, sizeof number, "%02x ", static_cast<unsigned>(byte));
+        names.push_back(number + std::string(1, static_cast<char>(byte)) + " x");
+    }
+    for (const char* longest : {"\1", "\xC3\xA9", "\xF0\x9F\x98\x80", ".", "\\", "\x7F"}) {
+        std::string name;
+        while (name.size() + std::string(longest).size() <= 63)
+            name += longest;
+        names.push_back(name);
+    }
+    std::vector<std::unique_ptr<Registration>> registrations;
+    for (const std::string& name : names)
+        registrations.push_back(std::make_unique<Registration>(name.c_str(), "_demo._tcp", uint16_t(80)));
+    Browse browse("_demo._tcp", Lan1);
+    std::vector<Handle*> handles = all(registrations);
+    handles.push_back(&browse);
+    EXPECT_TRUE(waitUntil(
+        handles, [&] { return browse.present().size() == names.size(); }, 60s));
+
+    std::vector<std::unique_ptr<Resolve>> resolves;
+    for (const std::string& name : names) {
+        EXPECT_TRUE(browse.has(name)) << name;
+        resolves.push_back(std::make_unique<Resolve>(name.c_str(), "_demo._tcp.", "local.", Lan1));
+    }
+    EXPECT_TRUE(waitUntil(
+        all(resolves),
+        [&] {
+            for (const auto& resolve : resolves) {
+                if (resolve->replies.empty())
+                    return false;
+            }
+            return true;
+        },
+        60s));
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        ASSERT_FALSE(resolves[i]->replies.empty()) << names[i];
+        char fullname[kDNSServiceMaxDomainName];
+        ASSERT_EQ(DNSServiceConstructFullName(fullname, names[i].c_str(), "_demo._tcp", "local"), 0);
+        EXPECT_EQ(resolves[i]->replies[0].fullname, fullname);
+        // What is reported can be asked for as it is.
+        RecordQuery query(resolves[i]->replies[0].fullname.c_str(), kDNSServiceType_TXT);
+        EXPECT_TRUE(waitUntil({&query}, [&] { return !query.replies.empty(); }));
+    }
+}
+
+TEST(Live, MoreQuestionsThanOneConnectionHolds)
+{
+    Registration registration("Kitchen", "_demo._tcp", 80, "\3a=1");
+    std::vector<std::unique_ptr<RecordQuery>> queries;
+    for (int i = 0; i < 1500; ++i) {
+        queries.push_back(std::make_unique<RecordQuery>(
+            ("n" + std::to_string(i) + "._demo._tcp.local").c_str(), kDNSServiceType_TXT));
+        ASSERT_EQ(queries.back()->error(), kDNSServiceErr_NoError);
+    }
+    RecordQuery last("Kitchen._demo._tcp.local", kDNSServiceType_TXT);
+    Registration another("n1499", "_demo._tcp", 80, "\3a=2");
+    EXPECT_TRUE(waitUntil(
+        {&registration, &last, &another}, [&] { return !last.replies.empty() && another.isDone(); }, 60s));
+    EXPECT_EQ(last.replies.at(0).error, kDNSServiceErr_NoError);
+    EXPECT_TRUE(waitUntil({queries.back().get()}, [&] { return !queries.back()->replies.empty(); }));
+    EXPECT_EQ(queries.back()->replies.at(0).data, "\3a=2");
+    for (const auto& query : queries) {
+        query->process();
+        EXPECT_TRUE(query->replies.empty() || query->replies[0].error == kDNSServiceErr_NoError);
+    }
+}
+
+TEST(Live, ConflictAtTheLongestNameIsRenamedAtACharacter)
+{
+    std::string name;
+    while (name.size() < 63)
+        name += "\xE2\x82\xAC"; // 21 characters of three bytes
+    Beside publisher("exec lab-on hostb avahi-publish -s '" + name + "' _demo._tcp 80 >/dev/null 2>&1");
+    Browse browse("_demo._tcp", Lan1);
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.has(name); }));
+    Registration registration(name.c_str(), "_demo._tcp", 81);
+    ASSERT_TRUE(waitUntil({&registration}, [&] { return registration.isDone(); }));
+    EXPECT_EQ(registration.replies[0].name, name.substr(0, 19 * 3) + " (2)");
+    Registration strict(name.c_str(), "_demo._tcp", 82, "", kDNSServiceFlagsNoAutoRename);
+    ASSERT_TRUE(waitUntil({&strict}, [&] { return strict.isDone(); }));
+    EXPECT_EQ(strict.replies[0].error, kDNSServiceErr_NameConflict);
+    EXPECT_EQ(strict.replies[0].name, name);
+}
