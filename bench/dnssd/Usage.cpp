@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "Usage.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace bench {
+
+namespace {
+
+unsigned countSockets()
+{
+    unsigned sockets = 0;
+    std::error_code gone; // the iterator's own descriptor
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        sockets += std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) == 0 ? 1 : 0;
+    return sockets;
+}
+
+unsigned long statusValue(const std::string& key)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, key.size() + 1, key + ':') == 0)
+            return std::stoul(line.substr(key.size() + 1));
+    }
+    return 0;
+}
+
+} // namespace
+
+Usage Usage::now()
+{
+    return {static_cast<unsigned>(statusValue("Threads")), countSockets(), statusValue("VmRSS")};
+}
+
+} // namespace bench
