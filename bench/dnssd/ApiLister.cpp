@@ -1,53 +1,20 @@
 // SPDX-License-Identifier: MIT
+#include "Api.h"
 #include "Lister.h"
 
-#include <dlfcn.h>
-#include <dns_sd.h>
 #include <sys/epoll.h>
 #include <unistd.h>
 
 #include <list>
 #include <map>
-#include <memory>
-#include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace bench {
 
+using namespace std::chrono_literals;
+
 namespace {
-
-/// The calls of one implementation of the API. Those it lacks are null.
-struct Api
-{
-    explicit Api(const std::string& file)
-        : library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL))
-    {
-        if (!library)
-            throw std::runtime_error(dlerror());
-        load(browse, "DNSServiceBrowse");
-        load(resolve, "DNSServiceResolve");
-        load(addresses, "DNSServiceGetAddrInfo");
-        load(query, "DNSServiceQueryRecord");
-        load(descriptor, "DNSServiceRefSockFD");
-        load(process, "DNSServiceProcessResult");
-        load(release, "DNSServiceRefDeallocate");
-    }
-
-    template <typename Function>
-    void load(Function*& function, const char* name)
-    {
-        function = reinterpret_cast<Function*>(dlsym(library, name));
-    }
-
-    void* library;
-    decltype(DNSServiceBrowse)* browse;
-    decltype(DNSServiceResolve)* resolve;
-    decltype(DNSServiceGetAddrInfo)* addresses;
-    decltype(DNSServiceQueryRecord)* query;
-    decltype(DNSServiceRefSockFD)* descriptor;
-    decltype(DNSServiceProcessResult)* process;
-    decltype(DNSServiceRefDeallocate)* release;
-};
 
 /// Browses, resolves, looks up the address, drops resolver and lookup, then watches the TXT record.
 class ApiLister
@@ -61,16 +28,28 @@ public:
     }
     ~ApiLister() { close(m_epoll); }
 
+    /// To be called once.
     Outcome run(std::chrono::seconds limit)
     {
         const auto begin = std::chrono::steady_clock::now();
-        Operation browse;
-        if (m_api.browse(&browse.handle, 0, 0, ServiceType, nullptr, browsed, this) == kDNSServiceErr_NoError)
-            watch(browse);
+        if (m_api.browse(&m_browse.handle, 0, 0, ServiceType, nullptr, browsed, this) ==
+            kDNSServiceErr_NoError)
+            watch(m_browse);
         while (m_complete < m_wanted && std::chrono::steady_clock::now() - begin < limit)
             pump();
         const auto time = std::chrono::steady_clock::now() - begin;
         return {m_complete, time, Usage::now()};
+    }
+
+    void releaseAll()
+    {
+        drop(m_browse);
+        for (auto& [name, instance] : m_instances) {
+            drop(instance.resolve);
+            drop(instance.addresses);
+            drop(instance.text);
+        }
+        m_instances.clear();
     }
 
 private:
@@ -176,6 +155,7 @@ private:
     unsigned m_wanted;
     unsigned m_complete = 0;
     int m_epoll;
+    Operation m_browse;
     std::map<std::string, Instance> m_instances;
 };
 
@@ -184,6 +164,22 @@ private:
 Outcome listByApi(const std::string& library, unsigned instances, std::chrono::seconds limit)
 {
     return ApiLister(library, instances).run(limit);
+}
+
+std::vector<Stage> holdAndRelease(const std::string& library, unsigned instances, std::chrono::seconds limit)
+{
+    ApiLister lister(library, instances);
+    std::vector<Stage> stages{{"before", Usage::now()}};
+    const Outcome outcome = lister.run(limit);
+    stages.push_back({std::to_string(outcome.complete) + " complete", outcome.usage});
+    std::this_thread::sleep_for(2s);
+    stages.push_back({"held for 2 s", Usage::now()});
+    lister.releaseAll();
+    for (const int seconds : {0, 1, 4}) {
+        std::this_thread::sleep_for(std::chrono::seconds(seconds));
+        stages.push_back({"and " + std::to_string(seconds) + " s after the release", Usage::now()});
+    }
+    return stages;
 }
 
 } // namespace bench

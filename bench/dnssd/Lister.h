@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -31,6 +32,19 @@ Outcome listNatively(Native way, unsigned instances, std::chrono::seconds limit)
 
 /// Through the C API of the library in that file: browse, resolve, address, then watch the TXT record.
 Outcome listByApi(const std::string& library, unsigned instances, std::chrono::seconds limit);
+
+/// What the process has in use at one moment.
+struct Stage
+{
+    std::string moment;
+    Usage usage;
+};
+
+/// Lists through the C API, goes on watching, releases everything; nothing is handed over meanwhile.
+std::vector<Stage> holdAndRelease(const std::string& library, unsigned instances, std::chrono::seconds limit);
+
+/// How long the calls that start an operation take: prints a table.
+void timeStartCalls(const std::string& library);
 
 /// Publishes services until standard input is closed; says "ready" when all are there.
 int publish(unsigned instances);

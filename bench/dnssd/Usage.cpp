@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Usage.h"
 
+#include <malloc.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -9,13 +11,14 @@ namespace bench {
 
 namespace {
 
-unsigned countSockets()
+/// Open descriptors to something of that kind, as in "socket:".
+unsigned countDescriptors(const std::string& kind)
 {
-    unsigned sockets = 0;
+    unsigned count = 0;
     std::error_code gone; // the iterator's own descriptor
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        sockets += std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) == 0 ? 1 : 0;
-    return sockets;
+        count += std::filesystem::read_symlink(entry, gone).string().rfind(kind, 0) == 0 ? 1 : 0;
+    return count;
 }
 
 unsigned long statusValue(const std::string& key)
@@ -32,7 +35,8 @@ unsigned long statusValue(const std::string& key)
 
 Usage Usage::now()
 {
-    return {static_cast<unsigned>(statusValue("Threads")), countSockets(), statusValue("VmRSS")};
+    return {static_cast<unsigned>(statusValue("Threads")), countDescriptors("socket:"), countDescriptors(""),
+            statusValue("VmRSS"), mallinfo2().uordblks / 1024};
 }
 
 } // namespace bench

@@ -9,7 +9,9 @@ struct Usage
 {
     unsigned threads = 0;
     unsigned sockets = 0;
+    unsigned descriptors = 0;    ///< of any kind, sockets among them
     unsigned long kilobytes = 0; ///< resident
+    unsigned long heap = 0;      ///< of these in use by the program, as malloc counts
 
     static Usage now();
 };

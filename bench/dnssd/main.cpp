@@ -2,10 +2,12 @@
 //
 // Lists many instances in every way there is, beside each other in one run. For the lab, with two hosts: the
 // second publishes, the first lists. Each way is a process of its own, so that none profits from another.
+// Then shows what a thousand watched services hold, and how long the calls take that start an operation.
 #include "Lister.h"
 #include "Worker.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,72 +19,112 @@ using namespace bench;
 
 namespace {
 
-constexpr int Rounds = 3;
+constexpr int Rounds = 5;
+constexpr unsigned WatchedServices = 1000;
 
 struct Contestant
 {
     const char* way;
     const char* text;
-    bool isPeer; ///< one that ours is measured by
+    bool isPeer;   ///< one that ours is measured by
+    unsigned most; ///< instances; beyond these it is known to stand still
 };
 
 const Contestant Contestants[] = {
-    {"ours", "this library", false},
-    {"keep", "libavahi-client, resolvers kept", true},
-    {"release", "libavahi-client, resolvers released", true},
-    {"records", "libavahi-client, records kept", true},
-    {"compat", "packaged compatibility library", false},
+    {"ours", "this library", false, 5000},
+    {"keep", "libavahi-client, resolvers kept", true, 5000},
+    {"release", "libavahi-client, resolvers released", true, 5000},
+    {"records", "libavahi-client, records kept", true, 5000},
+    {"compat", "packaged compatibility library", false, 500},
 };
 
-/// The best of a few rounds; incomplete when one of them was.
-struct Best
+/// What one contestant has reached in all rounds.
+struct Score
 {
-    Result result;
-    unsigned leastComplete;
+    const Contestant* contestant;
+    unsigned leastComplete = UINT_MAX;
+    std::vector<double> times; ///< shortest first
+    Result last;
+
+    explicit Score(const Contestant& of)
+        : contestant(&of)
+    {
+    }
+    double median() const { return times[times.size() / 2]; }
+
+    void add(const Result& result)
+    {
+        last = result;
+        leastComplete = std::min(leastComplete, result.complete);
+        times.push_back(result.milliseconds);
+        std::sort(times.begin(), times.end());
+    }
 };
 
-Best measure(const std::string& program, const Contestant& contestant, unsigned instances)
+/// Round by round, so that what disturbs the machine for a while disturbs all.
+std::vector<Score> compete(const std::string& program, unsigned instances)
 {
-    Best best{run(program, contestant.way, instances), 0};
-    best.leastComplete = best.result.complete;
-    for (int round = 1; round < Rounds && best.leastComplete == instances; ++round) {
-        const Result result = run(program, contestant.way, instances);
-        best.leastComplete = std::min(best.leastComplete, result.complete);
-        if (result.milliseconds < best.result.milliseconds)
-            best.result = result;
+    std::vector<Score> scores;
+    for (const Contestant& contestant : Contestants) {
+        if (instances <= contestant.most)
+            scores.emplace_back(contestant);
+    }
+    for (int round = 0; round < Rounds; ++round) {
+        for (Score& score : scores) {
+            if (round == 0 || score.leastComplete == instances) // once is enough to stand still
+                score.add(run(program, score.contestant->way, instances));
+        }
+    }
+    return scores;
+}
+
+/// Zero when no peer was ever complete.
+double bestPeer(const std::vector<Score>& scores, unsigned instances)
+{
+    double best = 0;
+    for (const Score& score : scores) {
+        if (score.contestant->isPeer && score.leastComplete == instances &&
+            (best == 0 || score.median() < best))
+            best = score.median();
     }
     return best;
 }
 
+/// Whether ours was complete every time.
 bool compare(const std::string& program, unsigned instances)
 {
     const Publisher publisher(program, instances);
     run(program, "records", instances); // fills the daemon's cache
-    std::vector<Best> all;
-    double bestPeer = 0;
-    for (const Contestant& contestant : Contestants) {
-        all.push_back(measure(program, contestant, instances));
-        const Best& best = all.back();
-        if (contestant.isPeer && best.leastComplete == instances &&
-            (bestPeer == 0 || best.result.milliseconds < bestPeer))
-            bestPeer = best.result.milliseconds;
-    }
-    std::printf("\n%u instances, best of %d rounds\n%-38s %9s %9s %8s %8s %8s %8s\n", instances, Rounds, "",
-                "complete", "ms", "ratio", "threads", "sockets", "MB");
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const Result& result = all[i].result;
-        std::printf("%-38s %9u %9.0f %8.2f %8u %8u %8.1f\n", Contestants[i].text, all[i].leastComplete,
-                    result.milliseconds, bestPeer > 0 ? result.milliseconds / bestPeer : 0, result.threads,
-                    result.sockets, static_cast<double>(result.kilobytes) / 1024);
-    }
+    const std::vector<Score> scores = compete(program, instances);
+    const double best = bestPeer(scores, instances);
+    std::printf("\n%u instances, median of %d rounds\n%-38s %9s %9s %8s %8s %8s %8s %8s\n", instances, Rounds,
+                "", "complete", "ms", "ratio", "longest", "threads", "sockets", "MB");
+    for (const Score& score : scores)
+        std::printf("%-38s %9u %9.1f %8.2f %8.1f %8u %8u %8.1f\n", score.contestant->text,
+                    score.leastComplete, score.median(), best > 0 ? score.median() / best : 0,
+                    score.times.back(), score.last.threads, score.last.sockets,
+                    static_cast<double>(score.last.kilobytes) / 1024);
     std::fflush(stdout);
-    return all.front().leastComplete == instances;
+    return scores.front().leastComplete == instances;
+}
+
+/// What the watched services of one process cost, and what is left of it when they are released.
+void hold()
+{
+    std::printf("\n%u services listed and watched by one process\n%-38s %8s %8s %12s %8s %8s\n",
+                WatchedServices, "", "threads", "sockets", "descriptors", "MB", "heap MB");
+    for (const Stage& stage : holdAndRelease(VESK_DNSSD_LIBRARY, WatchedServices, std::chrono::seconds(30)))
+        std::printf("%-38s %8u %8u %12u %8.1f %8.1f\n", stage.moment.c_str(), stage.usage.threads,
+                    stage.usage.sockets, stage.usage.descriptors,
+                    static_cast<double>(stage.usage.kilobytes) / 1024,
+                    static_cast<double>(stage.usage.heap) / 1024);
+    std::fflush(stdout);
 }
 
 int usage()
 {
-    std::fputs("Usage: bench-dnssd [INSTANCES...]   as './run bench dnssd [INSTANCES...]'; 100 500 1000 2000 "
-               "if left out\n",
+    std::fputs("Usage: bench-dnssd [INSTANCES...]   as './run bench dnssd [INSTANCES...]'; 1 10 100 500 1000 "
+               "2000 if left out\n",
                stderr);
     return 2;
 }
@@ -106,10 +148,15 @@ try {
         sizes.push_back(static_cast<unsigned>(size));
     }
     if (sizes.empty())
-        sizes = {100, 500, 1000, 2000};
+        sizes = {1, 10, 100, 500, 1000, 2000};
     bool complete = true;
     for (const unsigned size : sizes)
         complete = compare(argv[0], size) && complete;
+    {
+        const Publisher publisher(argv[0], WatchedServices);
+        hold();
+    }
+    timeStartCalls(VESK_DNSSD_LIBRARY);
     return complete ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "bench-dnssd: %s\n", error.what());
