@@ -161,6 +161,8 @@ private Q_SLOTS:
 
     void tableMarksWhatHappened();
     void tableFollowsTheTerminalsSize();
+    void tableScrolls_data();
+    void tableScrolls();
     void tableStaysWhenItEnds_data();
     void tableStaysWhenItEnds();
     void tableGivesTheTerminalBackWhileSuspended();
@@ -215,9 +217,51 @@ void ScreenTest::tableFollowsTheTerminalsSize()
     terminal.resize(24, 8);
     compareWithCapture(&terminal, "browse-very-narrow", "…");
     terminal.resize(80, 5);
-    compareWithCapture(&terminal, "browse-low", "2 more");
+    compareWithCapture(&terminal, "browse-low", "2 below");
     terminal.resize(100, 10);
     compareWithCapture(&terminal, "browse-wide", "Hall .*8082");
+}
+
+void ScreenTest::tableScrolls_data()
+{
+    QTest::addColumn<QStringList>("keys");
+    QTest::addColumn<QString>("firstRow");
+    QTest::addColumn<QString>("hidden");
+    QTest::newRow("Down") << QStringList{"Down", "Down", "Up"} << "Garage"
+                          << "1 above, 2 below";
+    QTest::newRow("letters") << QStringList{"j", "j", "k"} << "Garage"
+                             << "1 above, 2 below";
+    QTest::newRow("pages") << QStringList{"PgDn", "PgDn", "PgUp"} << "Garage"
+                           << "1 above, 2 below";
+    QTest::newRow("End") << QStringList{"End"} << "Kitchen"
+                         << "3 above, 0 below";
+    QTest::newRow("Home") << QStringList{"End", "Home"} << "Attic"
+                          << "0 above, 3 below";
+}
+
+void ScreenTest::tableScrolls()
+{
+    QFETCH(QStringList, keys);
+    QFETCH(QString, firstRow);
+    QFETCH(QString, hidden);
+    const Service attic("Attic", 8080);
+    const Service garage("Garage", 8081);
+    const Service hall("Hall", 8082);
+    const Service kitchen("Kitchen", 8083);
+    const Service porch("Porch", 8084);
+    Terminal terminal(80, 6);
+    terminal.type("vesk-mdns browse " + type);
+    QVERIFY(shows(&terminal, "_demo._tcp: 5"));
+    QVERIFY(shows(&terminal, "0 above, 3 below"));
+    for (const QString& key : qAsConst(keys))
+        terminal.press(key);
+    QVERIFY2(shows(&terminal, hidden), qPrintable(terminal.screen()));
+    QVERIFY2(terminal.screen().contains(QRegularExpression("TXT\n. " + firstRow + ' ')),
+             qPrintable(terminal.screen()));
+    if (hidden == "1 above, 2 below") {
+        QVERIFY(terminal.waitFor([&] { return !hasMarks(&terminal); }));
+        compareWithCapture(&terminal, "browse-scrolled", hidden);
+    }
 }
 
 void ScreenTest::tableStaysWhenItEnds_data()
@@ -354,7 +398,7 @@ void ScreenTest::errorsAreOneLine()
 
 void ScreenTest::helpFitsTheTerminal()
 {
-    Terminal terminal(80, 34);
+    Terminal terminal(80, 37);
     terminal.type("vesk-mdns --help");
     compareWithCapture(&terminal, "help", "refused.*\\$\n");
 }

@@ -46,6 +46,9 @@ Examples:
   vesk-mdns advertise "Kitchen lamp" _demo._tcp 8080 path=/lamp
   vesk-mdns --json --timeout 5 resolve "Kitchen lamp" _demo._tcp
   vesk-mdns config set systemmanager:/bonjourForceServiceName "Hall lamp"
+
+At a terminal browse shows a table: arrow keys, PgUp, PgDn, Home, End, j and k
+scroll it, q ends it.
 )";
 
 [[noreturn]] void fail(const QString& text)

@@ -3,6 +3,7 @@
 
 #include "Text.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -72,19 +73,30 @@ QStringList LiveTable::table(int width) const
     return tableLines(m_table.columns(), m_table.rows(m_clock.elapsed()), width, m_session->output);
 }
 
+/** Heading, rows in sight, and how many are not. */
+QStringList LiveTable::visibleTable(const QSize& room)
+{
+    QStringList lines = table(room.width());
+    const int rows = lines.size() - 1;
+    const bool isWhole = lines.size() <= room.height();
+    m_window.fit(rows, isWhole ? rows : std::max(0, room.height() - 2));
+    if (isWhole)
+        return lines;
+    const QString hidden =
+        QString("  %1 above, %2 below; arrow keys scroll").arg(m_window.above()).arg(m_window.below());
+    lines.erase(lines.end() - m_window.below(), lines.end());
+    lines.erase(lines.begin() + 1, lines.begin() + 1 + m_window.above());
+    return lines << cutToWidth(hidden, room.width());
+}
+
 void LiveTable::draw()
 {
     if (!m_screen)
         return;
     const QSize size = Screen::size();
     const QString title = QString("%1: %2").arg(m_title).arg(m_table.count());
-    QStringList lines = table(size.width());
     const int room = size.height() - 2; // title and status
-    if (lines.size() > room && room > 1) {
-        const int hidden = lines.size() - room + 1;
-        lines = lines.mid(0, room - 1);
-        lines.append(cutToWidth(QString("  %1 more; make the window taller").arg(hidden), size.width()));
-    }
+    QStringList lines = visibleTable({size.width(), room});
     while (lines.size() < room)
         lines.append(QString());
     lines.prepend(cutToWidth(title, size.width()));
@@ -107,8 +119,15 @@ void LiveTable::readKeys()
         return;
     char keys[64];
     const ssize_t count = read(STDIN_FILENO, keys, sizeof keys);
-    if (count <= 0)
+    if (count <= 0) {
         m_keys.setEnabled(false);
-    else if (QByteArray(keys, int(count)).contains('q'))
+        return;
+    }
+    const QVector<Key> typed = m_typed.take(QByteArray(keys, int(count)));
+    for (const Key key : typed)
+        m_window.move(key);
+    if (typed.contains(Key::Quit))
         m_session->stop();
+    else if (!typed.isEmpty())
+        draw();
 }

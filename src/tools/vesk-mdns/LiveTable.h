@@ -3,8 +3,10 @@
 #define LIVE_TABLE_H
 
 #include "ChangeTable.h"
+#include "RowWindow.h"
 #include "Screen.h"
 #include "Session.h"
+#include "TerminalKeys.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -13,9 +15,9 @@
 #include <optional>
 
 /**
- * A table on a page of its own at the terminal, updated in place. It follows the terminal's size, gives the
- * terminal back while the program is suspended, and ends the session when "q" is typed. On destruction the
- * last table is left in sight.
+ * A table on a page of its own at the terminal, updated in place. It follows the terminal's size, scrolls
+ * where that is too low, gives the terminal back while the program is suspended, and ends the session when
+ * "q" is typed. On destruction the last table is left in sight, with all its rows.
  */
 class LiveTable : public QObject
 {
@@ -35,10 +37,13 @@ private:
     void readKeys();
     void setStatus(const QString& text);
     QStringList table(int width) const;
+    QStringList visibleTable(const QSize& room);
 
     QString m_title;
     ChangeTable m_table;
     Session* m_session;
+    RowWindow m_window;
+    TerminalKeys m_typed;
     QString m_status;
     QElapsedTimer m_clock;
     QTimer m_second;
