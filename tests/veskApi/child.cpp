@@ -63,14 +63,16 @@ void setMany(const Arguments& arguments)
 // unprivileged VERB [ARGUMENT...]: for root, nothing is forbidden, so be somebody else then.
 void unprivileged(const Arguments& arguments);
 
-// No file may grow beyond 100 bytes, which is enough for a lock.
+// No file may grow beyond 100 bytes, which is enough for a lock. Says what the item shows then, too.
 void setWithFullDisk(const Arguments& arguments)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {100, 100};
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
         return;
-    set(arguments);
+    CMValueItem item(path(arguments.at(0)));
+    say(item.setValue(VeskValue(arguments.at(1))));
+    say(item.value().string_());
 }
 
 /** An object that lives in a thread that never ran. */

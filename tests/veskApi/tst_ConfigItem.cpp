@@ -552,6 +552,7 @@ private Q_SLOTS:
                                           QStringLiteral("systemmanager:/name"), QStringLiteral("new")});
         QVERIFY2(result.output.startsWith(QStringLiteral("Cannot write ") + fileName()),
                  qPrintable(result.output));
+        QCOMPARE(result.output.section(QLatin1Char('\n'), 1, 1), QStringLiteral("old"));
         QCOMPARE(contentOf(fileName()), before);
         QCOMPARE(QDir(directory()).entryList(QDir::Files), QStringList{QStringLiteral("systemmanager.json")});
     }

@@ -85,10 +85,7 @@ QString ConfigStore::setValue(const QString& key, const VeskValue& value)
     QString error;
     if (!readFile(&values, &error))
         return QStringLiteral("Not stored, so that nothing is lost: %1").arg(error);
-    if (value == VeskValue())
-        values.remove(key);
-    else
-        values.insert(key, value.json());
+    values.insert(key, value.json()); // an unset value takes it out
     error = writeFile(values);
     lock.unlock();
     if (error.isEmpty())
