@@ -2,6 +2,7 @@
 #include "Api.h"
 #include "Lister.h"
 
+#include <malloc.h>
 #include <sys/epoll.h>
 #include <unistd.h>
 
@@ -179,6 +180,8 @@ std::vector<Stage> holdAndRelease(const std::string& library, unsigned instances
         std::this_thread::sleep_for(std::chrono::seconds(seconds));
         stages.push_back({"and " + std::to_string(seconds) + " s after the release", Usage::now()});
     }
+    malloc_trim(0); // what is freed already, malloc keeps for the next one that needs it
+    stages.push_back({"after malloc_trim()", Usage::now()});
     return stages;
 }
 
