@@ -22,6 +22,7 @@ std::string repeat(const std::string& text, unsigned times)
 
 struct EscapeCase
 {
+    const char* name;
     std::string label;
     std::string text;
 };
@@ -32,7 +33,8 @@ class EscapedLabel : public testing::TestWithParam<EscapeCase>
 
 TEST_P(EscapedLabel, IsWrittenAndReadBack)
 {
-    const auto& [label, text] = GetParam();
+    const auto& label = GetParam().label;
+    const auto& text = GetParam().text;
     EXPECT_EQ(escapeLabel(label), text);
     EXPECT_EQ(parseName(text), Labels{label});
     EXPECT_EQ(parseName(text + '.'), Labels{label});
@@ -46,15 +48,19 @@ TEST_P(EscapedLabel, IsReadBackFromTheDaemonsForm)
 
 INSTANTIATE_TEST_SUITE_P(
     Names, EscapedLabel,
-    testing::Values(EscapeCase{"Kitchen", "Kitchen"}, EscapeCase{"Dr. Who\\x", "Dr\\.\\032Who\\\\x"},
-                    EscapeCase{".lead", "\\.lead"}, EscapeCase{"trail.", "trail\\."},
-                    EscapeCase{"endbs\\", "endbs\\\\"}, EscapeCase{"d123\\123", "d123\\\\123"},
-                    EscapeCase{"q\"uo'te;()@$,&<>", "q\"uo'te;()@$,&<>"},
-                    EscapeCase{"  lead", "\\032\\032lead"}, EscapeCase{"a\tb", "a\\009b"},
-                    EscapeCase{"nul\0x"s, "nul\\000x"}, EscapeCase{"del\x7F", "del\x7F"},
-                    EscapeCase{"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8D\xB5",
-                               "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8D\xB5"},
-                    EscapeCase{"\xFF\xFE", "\xFF\xFE"}));
+    testing::Values(
+        EscapeCase{"Plain", "Kitchen", "Kitchen"},
+        EscapeCase{"DotSpaceAndBackslash", "Dr. Who\\x", "Dr\\.\\032Who\\\\x"},
+        EscapeCase{"LeadingDot", ".lead", "\\.lead"}, EscapeCase{"TrailingDot", "trail.", "trail\\."},
+        EscapeCase{"TrailingBackslash", "endbs\\", "endbs\\\\"},
+        EscapeCase{"BackslashBeforeDigits", "d123\\123", "d123\\\\123"},
+        EscapeCase{"Punctuation", "q\"uo'te;()@$,&<>", "q\"uo'te;()@$,&<>"},
+        EscapeCase{"LeadingSpaces", "  lead", "\\032\\032lead"}, EscapeCase{"Tabulator", "a\tb", "a\\009b"},
+        EscapeCase{"ZeroByte", "nul\0x"s, "nul\\000x"}, EscapeCase{"Delete", "del\x7F", "del\x7F"},
+        EscapeCase{"TwoToFourByteCharacters", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8D\xB5",
+                   "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8D\xB5"},
+        EscapeCase{"NoUtf8", "\xFF\xFE", "\xFF\xFE"}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(EscapedName, SurvivesEveryByteInEveryForm)
 {
