@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <cerrno>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -46,7 +47,22 @@ const char* colour(Style style)
     return "";
 }
 
+bool isPipe(int fd)
+{
+    struct stat status;
+    return fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 } // namespace
+
+/** A pipe's writer is told at once when the last reader goes, and not only when it writes again. */
+Output::Output()
+{
+    if (!isPipe(STDOUT_FILENO))
+        return;
+    m_readerGoes.emplace(STDOUT_FILENO, QSocketNotifier::Exception);
+    connect(&*m_readerGoes, &QSocketNotifier::activated, this, &Output::close);
+}
 
 bool Output::canPositionCursor()
 {
@@ -73,7 +89,15 @@ void Output::json(const QJsonObject& object)
 
 void Output::raw(const QByteArray& bytes)
 {
-    if (m_isClosed || writeAll(STDOUT_FILENO, bytes))
+    if (!m_isClosed && !writeAll(STDOUT_FILENO, bytes))
+        close();
+}
+
+void Output::close()
+{
+    if (m_readerGoes)
+        m_readerGoes->setEnabled(false);
+    if (m_isClosed)
         return;
     m_isClosed = true;
     Q_EMIT closed();

@@ -4,7 +4,9 @@
 
 #include <QJsonObject>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QString>
+#include <optional>
 
 /** What a piece of text means; shown by colour where colours are wanted. */
 enum class Style
@@ -27,6 +29,8 @@ class Output : public QObject
     Q_OBJECT
 
 public:
+    Output();
+
     /** Standard output is a terminal that can position its cursor. */
     bool isTerminal() const { return m_isTerminal; }
 
@@ -43,15 +47,18 @@ public:
     static void complain(const QString& text);
 
 Q_SIGNALS:
-    /** The reader of standard output has gone, once. Emitted inside the call that wrote. */
+    /** The reader of standard output has gone, once. Emitted inside the call that wrote, or from the event
+     * loop while there is nothing to write. */
     void closed();
 
 private:
     const bool m_isTerminal = canPositionCursor();
     const bool m_hasColours = m_isTerminal && qEnvironmentVariableIsEmpty("NO_COLOR");
     bool m_isClosed = false;
+    std::optional<QSocketNotifier> m_readerGoes;
 
     static bool canPositionCursor();
+    void close();
 };
 
 #endif
