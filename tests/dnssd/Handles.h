@@ -41,7 +41,7 @@ private:
 
 /// Hands over replies of the handles until the condition holds. False: it did not in time.
 bool waitUntil(const std::vector<Handle*>& handles, const std::function<bool()>& condition,
-               std::chrono::milliseconds time = std::chrono::seconds(30));
+               std::chrono::milliseconds time = std::chrono::minutes(1));
 
 struct Instance
 {

@@ -10,7 +10,7 @@
 #include <memory>
 
 /** How long an event of the network may take at most. */
-constexpr int deadlineMs = 20000;
+constexpr int deadlineMs = 60000;
 
 /** Waits, with a deadline, until an expression of the events so far is true. */
 #define EVENTUALLY(expression) QTRY_VERIFY_WITH_TIMEOUT((expression), deadlineMs)

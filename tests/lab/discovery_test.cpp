@@ -114,6 +114,12 @@ void DiscoveryTest::configuredNameReplacesTheNameAndItsRemovalRestoresIt()
     EVENTUALLY(watch.removals("Living Room") == 1 && watch.lists("Factory Name"));
 }
 
+/** The hosts of the service with that name and of the one that was renamed. */
+static QSet<QString> hosts(const Watch& watch, const QString& name)
+{
+    return {watch.client(name).hostName, watch.client(name + " (2)").hostName};
+}
+
 void DiscoveryTest::takenNameIsRenamedAndBothAreListed()
 {
     Watch watch;
@@ -125,11 +131,10 @@ void DiscoveryTest::takenNameIsRenamedAndBothAreListed()
     EVENTUALLY(watch.changes("Later") > 0);
     const std::unique_ptr<MDnsAdvertiser> second(
         MDnsAdvertiserFactory::create(nullptr, "Speaker", "_labtest._tcp", 2000));
-    EVENTUALLY(watch.changes("Speaker (2)") > 0);
-    QCOMPARE(watch.client("Speaker").hostName, QString("hostb.local."));
-    QCOMPARE(watch.client("Speaker").port, 1000);
-    QCOMPARE(watch.client("Speaker (2)").hostName, QString("hosta.local."));
-    QCOMPARE(watch.client("Speaker (2)").port, 2000);
+    // A busy daemon may defend its name too late. Then it is for the two to decide who gives way.
+    EVENTUALLY(hosts(watch, "Speaker") == (QSet<QString>{"hosta.local.", "hostb.local."}));
+    for (const char* name : {"Speaker", "Speaker (2)"})
+        QCOMPARE(watch.client(name).port, watch.client(name).hostName == "hostb.local." ? 1000 : 2000);
 }
 
 void DiscoveryTest::sameNamesInMergedNetworksEndAsTwo()
