@@ -55,24 +55,36 @@ private:
 class FakeBackend::Offer : public Backend::Publication
 {
 public:
-    Offer(FakeBackend& backend, Service service)
+    Offer(FakeBackend& backend, Service service, Publisher& publisher)
         : m_backend(backend)
         , m_service(std::move(service))
+        , m_publisher(publisher)
     {
         m_backend.m_published.push_back(m_service);
+        m_backend.m_offers.insert(this);
     }
+    ~Offer() override { m_backend.m_offers.erase(this); }
     void update(const std::string& txt) override
     {
         m_service.txt = txt;
         m_backend.m_published.push_back(m_service);
     }
 
-    /// Expires with the offer.
-    std::weak_ptr<char> life() const { return m_life; }
+    const std::string& name() const { return m_service.name; }
+
+    /// Says what becomes of it, a turn later and if it is still there then.
+    void tell(void (Publisher::*what)())
+    {
+        m_backend.m_loop.post([&publisher = m_publisher, what, life = std::weak_ptr(m_life)] {
+            if (!life.expired())
+                (publisher.*what)();
+        });
+    }
 
 private:
     FakeBackend& m_backend;
     Service m_service;
+    Publisher& m_publisher;
     std::shared_ptr<char> m_life = std::make_shared<char>();
 };
 
@@ -132,6 +144,8 @@ void FakeBackend::reset()
             tell(known.record, known.transport, false);
         m_published.clear();
         m_isRefusing = false;
+        m_takenHere.clear();
+        m_takenElsewhere.clear();
     });
     change(State::Running);
 }
@@ -206,6 +220,14 @@ std::unique_ptr<Backend::Asking> FakeBackend::glance(const Labels& instance, uin
     return glance;
 }
 
+void FakeBackend::collide(const std::string& name)
+{
+    for (Offer* offer : m_offers) {
+        if (offer->name() == name)
+            offer->tell(&Publisher::collided);
+    }
+}
+
 void FakeBackend::forgetAsked()
 {
     m_asked.clear();
@@ -214,11 +236,10 @@ void FakeBackend::forgetAsked()
 
 Backend::PublishResult FakeBackend::publish(const Service& service, Publisher& publisher)
 {
-    auto offer = std::make_unique<Offer>(*this, service);
-    m_loop.post([&publisher, life = offer->life()] {
-        if (!life.expired())
-            publisher.published();
-    });
+    if (m_takenHere.count(service.name) > 0)
+        return {kDNSServiceErr_NameConflict, nullptr};
+    auto offer = std::make_unique<Offer>(*this, service, publisher);
+    offer->tell(m_takenElsewhere.count(service.name) > 0 ? &Publisher::collided : &Publisher::published);
     return {kDNSServiceErr_NoError, std::move(offer)};
 }
 

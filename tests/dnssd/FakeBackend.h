@@ -13,7 +13,7 @@ namespace vesk::dnssd {
 
 /**
  * Stands for the daemon in tests: knows the records it is told of and gives them to whoever asks, publishes
- * every service at once, and can go away and come back.
+ * every service at once unless its name is taken, and can go away and come back.
  */
 class FakeBackend final : public Backend
 {
@@ -47,6 +47,11 @@ public:
     /// Is in that state without telling so.
     void assume(State state) { m_state = state; }
     void setRefusing(bool refusing) { m_isRefusing = refusing; }
+    /// Names that somebody on this host, or on another one, has.
+    void takeHere(std::set<std::string> names) { m_takenHere = std::move(names); }
+    void takeElsewhere(std::set<std::string> names) { m_takenElsewhere = std::move(names); }
+    /// Another host turns up that has the name.
+    void collide(const std::string& name);
 
     bool reachable() const override { return m_isReachable; }
     void setReachable(bool reachable) { m_isReachable = reachable; }
@@ -72,8 +77,11 @@ private:
     std::atomic<State> m_state{State::Absent};
     std::atomic<bool> m_isReachable{true};
     bool m_isRefusing = false;
+    std::set<std::string> m_takenHere;
+    std::set<std::string> m_takenElsewhere;
     std::vector<Known> m_known;
     std::set<Question*> m_askings;
+    std::set<Offer*> m_offers;
     std::vector<Query> m_asked;
     std::vector<Labels> m_glances;
     std::vector<Service> m_published; ///< in the order of their publication, updates included
