@@ -70,8 +70,8 @@ QStringList addressTexts(const MDnsVeskClient& client)
 QString interfaceText(const MDnsVeskClient& client)
 {
     for (const QHostAddress& address : client.addresses) {
-        const QString name = address.protocol() == QAbstractSocket::IPv6Protocol ? scopeName(address)
-                                                                                 : interfaceOfSubnet(address);
+        QString name = address.protocol() == QAbstractSocket::IPv6Protocol ? scopeName(address)
+                                                                           : interfaceOfSubnet(address);
         if (!name.isEmpty())
             return name;
     }
