@@ -19,6 +19,7 @@ namespace {
 
 constexpr int answerMs = 3000;
 constexpr char daemonStart[] = "Install avahi-daemon and start it: systemctl start avahi-daemon";
+constexpr char startOther[] = "Start the daemon that this library needs, and put the interfaces in order";
 constexpr char daemonRestart[] = "Restart it: systemctl restart avahi-daemon";
 
 /** Connects to the system bus once. QtDBus has no time-out for that, so it is done beside the caller. */
@@ -111,6 +112,14 @@ QString libraryFile()
     return QString::fromLocal8Bit(info.dli_fname);
 }
 
+/** What the daemon calls this host; the usual name where it cannot be asked. */
+QString ownHost()
+{
+    const bool canAsk = isLibraryOverAvahi() && systemBus().isConnected();
+    const QString told = canAsk ? textAnswer("GetHostNameFqdn") : QString();
+    return told.isEmpty() ? QHostInfo::localHostName().section('.', 0, 0) + ".local" : told;
+}
+
 /** The first address of @p host, null when none comes in time. */
 QHostAddress addressOf(HostQuestion* question)
 {
@@ -126,6 +135,11 @@ QHostAddress addressOf(HostQuestion* question)
 }
 
 } // namespace
+
+bool isLibraryOverAvahi()
+{
+    return VESK_DNSSD_OVER_AVAHI;
+}
 
 bool isBusHung()
 {
@@ -187,18 +201,20 @@ QVector<Check> checkInterfaces()
 
 QVector<Check> checkLibrary()
 {
-    QVector<Check> checks = {{"library", true, "the DNS-SD library is " + libraryFile(), QString()}};
-    const QString daemonName = systemBus().isConnected() ? textAnswer("GetHostNameFqdn") : QString();
-    const QString host = daemonName.isEmpty() ? QHostInfo::localHostName() + ".local" : daemonName;
+    const QString which = "the DNS-SD library is " + libraryFile();
+    const QString limit = isLibraryOverAvahi() ? "" : "; bus and daemon are not examined for it";
+    QVector<Check> checks = {{"library", true, which + limit, QString()}};
+    const QString host = ownHost();
     HostQuestion question(host);
     if (question.error() != kDNSServiceErr_NoError)
-        return checks << Check{"library", false,
-                               "it refuses: " + explainError(QString::number(question.error())),
-                               "Put the bus and the daemon in order first"};
+        return checks << Check{
+                   "library", false, "it refuses: " + explainError(QString::number(question.error())),
+                   isLibraryOverAvahi() ? "Put the bus and the daemon in order first" : startOther};
     const QHostAddress address = addressOf(&question);
     if (address.isNull())
         return checks << Check{"library", false, QString("it got no answer about %1 in 3 seconds").arg(host),
-                               "Put the daemon and the interfaces in order first"};
+                               isLibraryOverAvahi() ? "Put the daemon and the interfaces in order first"
+                                                    : startOther};
     return checks << Check{"library", true,
                            QString("it answers: %1 is %2").arg(host, address.toString().section('%', 0, 0)),
                            QString()};

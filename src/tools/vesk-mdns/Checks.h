@@ -14,13 +14,17 @@ struct Check
     QString advice; ///< what to do; empty when nothing is to be done
 };
 
+/** Whether the DNS-SD library is the one over Avahi; of another it is not known which daemon it needs, and
+ * how it reaches that. */
+bool isLibraryOverAvahi();
+
 // Each looks at the system as it is now and waits a few seconds at most.
 
-/** The message bus by which the mDNS daemon is reached. */
+/** The message bus by which the Avahi daemon is reached. */
 QVector<Check> checkBus();
 /** The bus took the connection and has said nothing since; somebody still waits for it in the background. */
 bool isBusHung();
-/** The mDNS daemon. */
+/** The Avahi daemon. */
 QVector<Check> checkDaemon();
 /** The network interfaces: at least one must be able to send to others. */
 QVector<Check> checkInterfaces();

@@ -6,6 +6,7 @@
 #include "Text.h"
 
 #include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -30,15 +31,18 @@ void tell(Session* session, const Check& check)
 
 int doctor(Session* session)
 {
+    std::vector<QVector<Check> (*)()> examinations = {&checkInterfaces, &checkLibrary};
+    if (isLibraryOverAvahi())
+        examinations.insert(examinations.begin(), {&checkBus, &checkDaemon});
     bool isAllInOrder = true;
-    for (const auto& examine : {&checkBus, &checkDaemon, &checkInterfaces, &checkLibrary}) {
+    for (const auto& examine : examinations) {
         const QVector<Check> checks = examine();
         for (const Check& check : checks) {
             tell(session, check);
             isAllInOrder = isAllInOrder && check.isInOrder;
         }
     }
-    if (isBusHung())
+    if (isLibraryOverAvahi() && isBusHung())
         std::_Exit(ExitNothing); // an orderly exit would wait for the bus
     return isAllInOrder ? ExitDone : ExitNothing;
 }
