@@ -157,8 +157,9 @@ void FakeBackend::settle()
 
 void FakeBackend::inspect(const std::function<void()>& look)
 {
-    // What runs may post more, which a second turn waits for.
-    for (const auto& step : {std::function<void()>([] {}), look}) {
+    // What runs may post more, and that once more: a question, its answers, what is made of them.
+    const std::function<void()> nothing = [] {};
+    for (const auto& step : {nothing, nothing, look}) {
         std::promise<void> done;
         m_loop.post([&] {
             step();

@@ -13,6 +13,7 @@ namespace vesk::dnssd::tests {
 inline const Labels DemoType{"_demo", "_tcp", "local"};
 inline constexpr uint32_t Lan1 = 11; // no interface of that index is needed
 inline constexpr uint32_t Lan2 = 12;
+inline constexpr uint32_t Loopback = 1; // the one interface that every machine has
 
 inline FakeBackend& backend()
 {

@@ -10,7 +10,6 @@ using namespace vesk::dnssd::tests;
 
 namespace {
 
-constexpr uint32_t Loopback = 1; // the one interface that every machine has
 const std::string Kitchen = "Kitchen._demo._tcp.local.";
 
 class Arrangement : public WithBackend

@@ -28,6 +28,20 @@ std::string longDomain()
     return domain;
 }
 
+Service lastPublished()
+{
+    Service service;
+    backend().inspect([&] { service = FakeBackend::instance().published().back(); });
+    return service;
+}
+
+std::size_t publications()
+{
+    std::size_t count = 0;
+    backend().inspect([&] { count = FakeBackend::instance().published().size(); });
+    return count;
+}
+
 using Arguments = WithBackend;
 using Property = WithBackend;
 using FullName = WithBackend;
@@ -39,6 +53,8 @@ using AddressLookup = WithBackend;
 using RecordLookup = WithBackend;
 using Registering = WithBackend;
 using Surviving = WithBackend;
+
+constexpr uint32_t NoInterface = 0x7FFFFFF0;
 
 const auto unusedRef = reinterpret_cast<DNSServiceRef>(0x10); // never looked at
 
@@ -150,6 +166,73 @@ TEST_F(Arguments, InterfacesThatDoNotExist)
     EXPECT_EQ(browseError("_demo._tcp", nullptr, 99), kDNSServiceErr_NoError);
     EXPECT_EQ(browseError("_demo._tcp", nullptr, kDNSServiceInterfaceIndexLocalOnly), kDNSServiceErr_NoError);
     EXPECT_EQ(browseError("_demo._tcp", nullptr, kDNSServiceInterfaceIndexUnicast), kDNSServiceErr_BadParam);
+}
+
+TEST_F(Arguments, InterfacesAreTakenOrRefusedByEveryCall)
+{
+    const auto errors = [](uint32_t interface) {
+        return std::set<DNSServiceErrorType>{
+            Browse("_demo._tcp", interface).error(), Resolve("a", "_demo._tcp", "local", interface).error(),
+            Addresses("hostx.local", 0, interface).error(), RecordQuery("x.local", 16, 0, interface).error(),
+            Registration("a", "_demo._tcp", 80, "", 0, nullptr, nullptr, interface).error()};
+    };
+    EXPECT_EQ(errors(kDNSServiceInterfaceIndexUnicast),
+              std::set<DNSServiceErrorType>{kDNSServiceErr_BadParam});
+    for (const uint32_t taken :
+         {uint32_t(kDNSServiceInterfaceIndexAny), uint32_t(kDNSServiceInterfaceIndexLocalOnly),
+          uint32_t(kDNSServiceInterfaceIndexP2P), NoInterface})
+        EXPECT_EQ(errors(taken), std::set<DNSServiceErrorType>{kDNSServiceErr_NoError}) << taken;
+}
+
+TEST_F(Arguments, TypesToResolve)
+{
+    for (const char* bad : {"demo", "_demo._foo", "", "_demo", "_x._sub._demo._tcp"})
+        EXPECT_EQ(Resolve("a", bad, "local").error(), kDNSServiceErr_BadParam) << bad;
+}
+
+TEST_F(Arguments, LabelsOf64BytesAreRefused)
+{
+    const std::string name = std::string(64, 'x') + "._demo._tcp.local.";
+    EXPECT_EQ(RecordQuery(name.c_str(), 16).error(), kDNSServiceErr_BadParam);
+    EXPECT_EQ(browseError("_demo._tcp", std::string(64, 'x').c_str()), kDNSServiceErr_BadParam);
+}
+
+TEST_F(Arguments, CallbacksGetTheHandleThatWasGivenBack)
+{
+    const auto onBrowse = [](DNSServiceRef ref, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
+                             const char*, const char*,
+                             void* seen) { *static_cast<DNSServiceRef*>(seen) = ref; };
+    const auto onResolve = [](DNSServiceRef ref, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
+                              const char*, uint16_t, uint16_t, const unsigned char*,
+                              void* seen) { *static_cast<DNSServiceRef*>(seen) = ref; };
+    const auto onAddress = [](DNSServiceRef ref, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
+                              const sockaddr*, uint32_t,
+                              void* seen) { *static_cast<DNSServiceRef*>(seen) = ref; };
+    const auto onRecord = [](DNSServiceRef ref, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
+                             uint16_t, uint16_t, uint16_t, const void*, uint32_t,
+                             void* seen) { *static_cast<DNSServiceRef*>(seen) = ref; };
+    const auto onRegister = [](DNSServiceRef ref, DNSServiceFlags, DNSServiceErrorType, const char*,
+                               const char*, const char*,
+                               void* seen) { *static_cast<DNSServiceRef*>(seen) = ref; };
+    backend().come(instancePointer("Kitchen"));
+    backend().come(service("Kitchen", {"hostb", "local"}, 8080));
+    backend().come(txtOf("Kitchen", "\3a=1"));
+    backend().come(address(kDNSServiceType_A, "abcd"));
+    DNSServiceRef refs[5];
+    DNSServiceRef seen[5] = {};
+    ASSERT_EQ(DNSServiceBrowse(&refs[0], 0, 0, "_demo._tcp", nullptr, onBrowse, &seen[0]), 0);
+    ASSERT_EQ(DNSServiceResolve(&refs[1], 0, 0, "Kitchen", "_demo._tcp", "local", onResolve, &seen[1]), 0);
+    ASSERT_EQ(DNSServiceGetAddrInfo(&refs[2], 0, 0, 0, "hostb.local", onAddress, &seen[2]), 0);
+    ASSERT_EQ(DNSServiceQueryRecord(&refs[3], 0, 0, "Kitchen._demo._tcp.local", 16, 1, onRecord, &seen[3]),
+              0);
+    ASSERT_EQ(DNSServiceRegister(&refs[4], 0, 0, "Own", "_demo._tcp", nullptr, nullptr, 80, 0, nullptr,
+                                 onRegister, &seen[4]),
+              0);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(DNSServiceProcessResult(refs[i]), kDNSServiceErr_NoError);
+        EXPECT_EQ(seen[i], refs[i]) << i;
+        DNSServiceRefDeallocate(refs[i]);
+    }
 }
 
 TEST_F(Arguments, NamesWithoutAnswerAreSilent)
@@ -412,6 +495,40 @@ TEST_F(Browsing, NamesAreTheLabelsBytes)
     }
 }
 
+TEST_F(Browsing, NamesEndAtAZeroByte)
+{
+    Browse browse("_demo._tcp");
+    backend().come(instancePointer(std::string("be\0hind", 7)));
+    settle(browse);
+    ASSERT_EQ(browse.events.size(), 1U);
+    EXPECT_EQ(browse.events[0].instance.name, "be");
+}
+
+TEST_F(Browsing, InterfaceThatDoesNotExistIsSilent)
+{
+    Browse browse("_demo._tcp", NoInterface);
+    backend().come(instancePointer("Kitchen"));
+    settle(browse);
+    EXPECT_TRUE(browse.events.empty());
+}
+
+TEST_F(Browsing, ThisHostAloneIsReportedWithoutInterface)
+{
+    Browse browse("_demo._tcp", kDNSServiceInterfaceIndexLocalOnly);
+    Resolve resolve("Own", "_demo._tcp", "local", kDNSServiceInterfaceIndexLocalOnly);
+    for (const uint32_t interface : {Loopback, Lan1}) {
+        const std::string name = interface == Loopback ? "Own" : "Far";
+        backend().come(instancePointer(name, interface));
+        backend().come(service(name, {"hosta", "local"}, 80, interface));
+        backend().come(txtOf(name, "\3a=1", interface));
+    }
+    settle(browse);
+    settle(resolve);
+    EXPECT_EQ(browse.present(), (std::multiset<Instance>{{"Own", "_demo._tcp.", "local.", 0}}));
+    ASSERT_EQ(resolve.replies.size(), 1U);
+    EXPECT_EQ(resolve.replies[0].interface, 0U);
+}
+
 TEST_F(Browsing, BrokenPointersAreNotHandedOn)
 {
     Browse browse("_demo._tcp");
@@ -472,6 +589,28 @@ TEST_F(Resolving, RepliesAgainWhenSomethingChanges)
     backend().come(service("Kitchen", {"hostb", "local"}, 8080));
     settle(resolve);
     EXPECT_EQ(resolve.replies.size(), 3U) << "what comes back is";
+}
+
+TEST_F(Resolving, RecordsThatChangeTogetherAreOneReply)
+{
+    Resolve resolve("Kitchen", "_demo._tcp", "local");
+    backend().come(service("Kitchen", {"hostb", "local"}, 8080));
+    backend().come(txtOf("Kitchen", "\3a=1"));
+    settle(resolve);
+    ASSERT_EQ(resolve.replies.size(), 1U);
+    const auto tellTogether = [](bool present) {
+        backend().inspect([=] {
+            for (const Record& record :
+                 {service("Kitchen", {"hostb", "local"}, 8081), txtOf("Kitchen", "\3a=2")})
+                FakeBackend::instance().tell(record, Transport::IPv4, present);
+        });
+    };
+    tellTogether(true);
+    settle(resolve);
+    ASSERT_EQ(resolve.replies.size(), 2U) << "never a new port with an old text";
+    EXPECT_EQ(resolve.replies[1].port, 8081);
+    EXPECT_EQ(resolve.replies[1].txt, "\3a=2");
+    tellTogether(false);
 }
 
 TEST_F(Resolving, FullNameIsEscapedAndCanBeAskedForAsItIs)
@@ -584,6 +723,51 @@ TEST_F(RecordLookup, RecordsComeAndGoWithTheirData)
     EXPECT_EQ(query.replies[1].ttl, 0U);
 }
 
+TEST_F(RecordLookup, InterfaceThatDoesNotExistCountsAsAny)
+{
+    RecordQuery query("Kitchen._demo._tcp.local", 16, 0, NoInterface);
+    Addresses addresses("hostb.local", 0, NoInterface);
+    backend().come(txtOf("Kitchen", "\3a=1"));
+    backend().come(address(kDNSServiceType_A, "abcd"));
+    settle(query);
+    settle(addresses);
+    EXPECT_EQ(query.replies.size(), 1U);
+    EXPECT_EQ(addresses.replies.size(), 1U);
+}
+
+TEST_F(RecordLookup, ThisHostAloneIsSilent)
+{
+    RecordQuery query("Kitchen._demo._tcp.local", 16, 0, kDNSServiceInterfaceIndexLocalOnly);
+    Addresses addresses("hostb.local", 0, kDNSServiceInterfaceIndexLocalOnly);
+    backend().come(txtOf("Kitchen", "\3a=1", Loopback));
+    backend().come(address(kDNSServiceType_A, "abcd", Loopback));
+    settle(query);
+    settle(addresses);
+    EXPECT_TRUE(query.replies.empty());
+    EXPECT_TRUE(addresses.replies.empty());
+}
+
+TEST_F(RecordLookup, EveryWayToWriteANameAsksForIt)
+{
+    const std::string name = "Big R\xC3\xB6"
+                             "om";
+    backend().come(txtOf(name, "\3a=1"));
+    for (const char* text :
+         {"Big R\xC3\xB6"
+          "om._demo._tcp.local",
+          "Big R\xC3\xB6"
+          "om._demo._tcp.local.",
+          "Big\\032R\xC3\xB6"
+          "om._demo._tcp.local.",
+          "Big\\032R\\195\\182om._demo._tcp.local", "BIG r\\195\\182OM._DEMO._tcp.LOCAL."}) {
+        RecordQuery query(text, kDNSServiceType_TXT);
+        settle(query);
+        ASSERT_EQ(query.replies.size(), 1U) << text;
+        EXPECT_EQ(query.replies[0].fullname, "Big\\032R\xC3\xB6"
+                                             "om._demo._tcp.local.");
+    }
+}
+
 TEST_F(RecordLookup, RefusalIsReported)
 {
     backend().inspect([] { FakeBackend::instance().setRefusing(true); });
@@ -666,6 +850,61 @@ TEST_F(Registering, WithoutTextItIsTheEmptyItem)
     settle(registration);
     backend().inspect(
         [] { EXPECT_EQ(FakeBackend::instance().published().back().txt, std::string(1, '\0')); });
+}
+
+TEST_F(Registering, EmptyTextIsTheEmptyItemWhateverThePointer)
+{
+    DNSServiceRef ref = nullptr;
+    ASSERT_EQ(DNSServiceRegister(&ref, 0, 0, "Kitchen", "_demo._tcp", nullptr, nullptr, 80, 0, "", nullptr,
+                                 nullptr),
+              kDNSServiceErr_NoError)
+        << "nor is a callback needed";
+    EXPECT_EQ(lastPublished().txt, std::string(1, '\0'));
+    ASSERT_EQ(DNSServiceUpdateRecord(ref, nullptr, 0, 4, "\3a=1", 0), kDNSServiceErr_NoError);
+    ASSERT_EQ(DNSServiceUpdateRecord(ref, nullptr, 0, 0, "", 0), kDNSServiceErr_NoError);
+    EXPECT_EQ(lastPublished().txt, std::string(1, '\0'));
+    EXPECT_EQ(publications(), 3U);
+    DNSServiceRefDeallocate(ref);
+}
+
+TEST_F(Registering, SameTextAgainIsNotSent)
+{
+    Registration registration("Kitchen", "_demo._tcp", 80, "\3a=1");
+    EXPECT_EQ(registration.update("\3a=1"), kDNSServiceErr_NoError);
+    settle(registration);
+    EXPECT_EQ(publications(), 1U);
+    EXPECT_EQ(registration.update("\3a=2"), kDNSServiceErr_NoError);
+    EXPECT_EQ(registration.update("\3a=2"), kDNSServiceErr_NoError);
+    settle(registration);
+    EXPECT_EQ(publications(), 2U);
+    EXPECT_EQ(registration.replies.size(), 1U) << "an update has no reply";
+}
+
+TEST_F(Registering, HostsAndDomainsInAllTheirForms)
+{
+    const auto hostOf = [](const char* host) {
+        Registration registration("Kitchen", "_demo._tcp", 80, "", 0, nullptr, host);
+        settle(registration);
+        return lastPublished().host;
+    };
+    EXPECT_EQ(hostOf(nullptr), Labels());
+    EXPECT_EQ(hostOf(""), Labels());
+    EXPECT_EQ(hostOf("other.local."), (Labels{"other", "local"}));
+    EXPECT_EQ(hostOf("other.local"), (Labels{"other", "local"}));
+    EXPECT_EQ(hostOf("other"), (Labels{"other", "local"}));
+    for (const char* domain : {static_cast<const char*>(nullptr), "", "local", "local."}) {
+        Registration registration("Kitchen", "_demo._tcp", 80, "", 0, domain);
+        settle(registration);
+        EXPECT_EQ(lastPublished().domain, Labels{"local"});
+    }
+}
+
+TEST_F(Registering, TypeIsReportedAsItWasGiven)
+{
+    Registration registration("Kitchen", "_DeMo._TCP", 80);
+    settle(registration);
+    ASSERT_EQ(registration.replies.size(), 1U);
+    EXPECT_EQ(registration.replies[0].type, "_DeMo._TCP.");
 }
 
 /* ---- A daemon that goes and comes ---- */

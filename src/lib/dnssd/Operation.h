@@ -68,7 +68,7 @@ struct Scope
     {
         Links,    ///< `interface`, or all of them when it is 0
         ThisHost, ///< what this host publishes; `interface` is loopback
-        Nowhere   ///< an interface that cannot have answers
+        Nowhere   ///< an interface that cannot have answers; `interface` is an index that none has
     };
     Kind kind;
     uint32_t interface;

@@ -31,6 +31,7 @@ ResolveOperation::ResolveOperation(std::shared_ptr<Mailbox> mailbox, Labels name
 
 void ResolveOperation::start(const Rooms& rooms)
 {
+    m_loop = &rooms.loop;
     m_questions = &rooms.questions;
     m_glance = m_questions->glance(m_name, m_scope.interface, *this);
     if (!m_glance) {
@@ -70,11 +71,29 @@ void ResolveOperation::answered(const Record& record, bool present, bool)
         if (records.empty())
             found.reported.clear();
     }
+    reportLater(record.interface);
+}
+
+/// Records that change together are told one after the other, and are to be one reply.
+void ResolveOperation::reportLater(uint32_t interface)
+{
+    if (!m_changed.insert(interface).second)
+        return;
+    m_loop->post([this, interface, alive = std::weak_ptr(m_alive)] {
+        if (!alive.expired())
+            reportRecords(interface);
+    });
+}
+
+void ResolveOperation::reportRecords(uint32_t interface)
+{
+    m_changed.erase(interface);
+    const Found& found = m_found[interface];
     if (found.services.empty() || found.texts.empty())
         return;
     const Record& service = found.services.back();
     if (const auto target = readTarget(service.data))
-        report(record.interface, service.name, *target, found.texts.back().data);
+        report(interface, service.name, *target, found.texts.back().data);
 }
 
 /// Port and target of an SRV record (RFC 2782), after priority and weight.

@@ -5,6 +5,7 @@
 #include "Operation.h"
 
 #include <map>
+#include <set>
 
 namespace vesk::dnssd {
 
@@ -38,6 +39,8 @@ private:
     void refused() override;
     void glimpsed(const Glimpse& glimpse) override;
     void watch();
+    void reportLater(uint32_t interface);
+    void reportRecords(uint32_t interface);
     static std::optional<Target> readTarget(std::string_view wire);
     void report(uint32_t interface, const Labels& name, const Target& target, const std::string& txt);
 
@@ -45,6 +48,9 @@ private:
     Scope m_scope;
     Callback<DNSServiceResolveReply> m_callback;
     std::map<uint32_t, Found> m_found;
+    std::set<uint32_t> m_changed; ///< interfaces to report when nothing more has come
+    std::shared_ptr<char> m_alive = std::make_shared<char>();
+    Loop* m_loop = nullptr;
     Questions* m_questions = nullptr;
     std::unique_ptr<Backend::Asking> m_glance;
     std::optional<Timer> m_watchTimer;

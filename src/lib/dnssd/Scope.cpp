@@ -11,7 +11,7 @@ Scope Scope::of(uint32_t interfaceIndex)
     if (interfaceIndex == kDNSServiceInterfaceIndexLocalOnly)
         return {ThisHost, loopbackIndex()};
     if (interfaceIndex > INT_MAX)
-        return {Nowhere, 0};
+        return {Nowhere, INT_MAX};
     return {Links, interfaceIndex};
 }
 
