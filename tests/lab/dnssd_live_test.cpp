@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <thread>
@@ -17,6 +18,8 @@ namespace {
 
 constexpr uint32_t Lan1 = 11;
 constexpr uint32_t Lan2 = 12;
+constexpr uint32_t Loopback = 1;
+constexpr uint32_t NoInterface = 99;
 
 template <typename Operation>
 std::vector<Handle*> all(const std::vector<std::unique_ptr<Operation>>& operations)
@@ -25,6 +28,26 @@ std::vector<Handle*> all(const std::vector<std::unique_ptr<Operation>>& operatio
     for (const auto& operation : operations)
         handles.push_back(operation.get());
     return handles;
+}
+
+struct Resources
+{
+    std::size_t threads = 0;
+    std::size_t sockets = 0;
+    std::size_t descriptors = 0;
+};
+
+Resources resources()
+{
+    using std::filesystem::directory_iterator;
+    Resources used;
+    used.threads = static_cast<std::size_t>(std::distance(directory_iterator("/proc/self/task"), {}));
+    for (const auto& entry : directory_iterator("/proc/self/fd")) {
+        std::error_code gone; // the one that reads the directory
+        ++used.descriptors;
+        used.sockets += read_symlink(entry, gone).string().rfind("socket:", 0) == 0 ? 1U : 0U;
+    }
+    return used;
 }
 
 /// A peer on hostb, in place of its daemon, that never gives the name away.
@@ -176,6 +199,7 @@ TEST(Live, NamesOfEveryByteAndOfTheLongestEscapedForm)
 
 TEST(Live, MoreQuestionsThanOneConnectionHolds)
 {
+    const Resources before = resources();
     Registration registration("Kitchen", "_demo._tcp", 80, "\3a=1");
     std::vector<std::unique_ptr<RecordQuery>> queries;
     for (int i = 0; i < 1500; ++i) {
@@ -188,11 +212,100 @@ TEST(Live, MoreQuestionsThanOneConnectionHolds)
     EXPECT_TRUE(waitUntil(
         {&registration, &last, &another}, [&] { return !last.replies.empty() && another.isDone(); }, 60s));
     EXPECT_EQ(last.replies.at(0).error, kDNSServiceErr_NoError);
+    const Resources now = resources();
+    EXPECT_LE(now.threads, before.threads + 3);
+    EXPECT_LE(now.sockets, before.sockets + 4);
+    EXPECT_LE(now.descriptors, before.descriptors + 2 * queries.size());
     EXPECT_TRUE(waitUntil({queries.back().get()}, [&] { return !queries.back()->replies.empty(); }));
     EXPECT_EQ(queries.back()->replies.at(0).data, "\3a=2");
     for (const auto& query : queries) {
         query->process();
         EXPECT_TRUE(query->replies.empty() || query->replies[0].error == kDNSServiceErr_NoError);
+    }
+}
+
+TEST(Live, OneLinkAloneOrNoneAtAll)
+{
+    Registration near("Near", "_demo._tcp", 80, "", 0, nullptr, nullptr, Lan2);
+    Registration nowhere("Nowhere", "_demo._tcp", 80, "", 0, nullptr, nullptr, NoInterface);
+    Registration elsewhere("Elsewhere", "_demo._tcp", 80, "", 0, nullptr, nullptr,
+                           kDNSServiceInterfaceIndexP2P);
+    Browse browse("_demo._tcp");
+    Browse none("_demo._tcp", NoInterface);
+    Resolve unresolved("Near", "_demo._tcp", "local", NoInterface);
+    Addresses everywhere("hosta.local", kDNSServiceProtocol_IPv4, NoInterface);
+    const std::vector<Handle*> handles{&near, &nowhere, &elsewhere, &browse, &none, &unresolved, &everywhere};
+    EXPECT_TRUE(waitUntil(handles, [&] {
+        return near.isDone() && nowhere.isDone() && elsewhere.isDone() && everywhere.replies.size() >= 2 &&
+               browse.has("Near");
+    }));
+    // What was to be seen of the others would have been by then.
+    Registration last("Last", "_demo._tcp", 81);
+    ASSERT_TRUE(
+        waitUntil({&last, &browse, &none, &unresolved}, [&] { return browse.count("Last", true) == 2; }));
+    EXPECT_EQ(browse.present(), (std::multiset<Instance>{{"Near", "_demo._tcp.", "local.", Lan2},
+                                                         {"Last", "_demo._tcp.", "local.", Lan1},
+                                                         {"Last", "_demo._tcp.", "local.", Lan2}}));
+    EXPECT_TRUE(none.events.empty());
+    EXPECT_TRUE(unresolved.replies.empty());
+}
+
+TEST(Live, LoopbackCountsWhereThereIsNothingElse)
+{
+    Registration registration("Kitchen", "_demo._tcp", 80);
+    Browse browse("_demo._tcp");
+    const auto isOn = [&](const std::set<uint32_t>& interfaces) {
+        return waitUntil({&registration, &browse}, [&] {
+            std::set<uint32_t> seen;
+            for (const Instance& instance : browse.present())
+                seen.insert(instance.interface);
+            return seen == interfaces;
+        });
+    };
+    EXPECT_TRUE(isOn({Lan1, Lan2}));
+    run("lab-link hosta 1 down && lab-link hosta 2 down");
+    EXPECT_TRUE(isOn({Loopback}));
+    run("lab-link hosta 1 up && lab-link hosta 2 up");
+    EXPECT_TRUE(isOn({Lan1, Lan2}));
+}
+
+TEST(Live, PortZeroHoldsTheNameAndOffersNothing)
+{
+    Registration holder("Kitchen", "_demo._tcp", 0);
+    ASSERT_TRUE(waitUntil({&holder}, [&] { return holder.isDone(); }));
+    EXPECT_EQ(holder.replies[0].name, "Kitchen");
+    Browse browse("_demo._tcp");
+    RecordQuery service("Kitchen._demo._tcp.local.", kDNSServiceType_SRV);
+    RecordQuery text("Kitchen._demo._tcp.local.", kDNSServiceType_TXT);
+    Registration second("kitchen", "_demo._tcp", 80);
+    EXPECT_TRUE(waitUntil({&browse, &second, &service, &text},
+                          [&] { return browse.has("kitchen (2)") && !service.replies.empty(); }));
+    EXPECT_EQ(browse.count("Kitchen", true), 0U);
+    EXPECT_EQ(service.replies[0].data.substr(0, 6), std::string(6, '\0'));
+    EXPECT_TRUE(text.replies.empty());
+}
+
+TEST(Live, SameServiceTwiceIsNoConflict)
+{
+    Registration first("Kitchen", "_demo._tcp", 80);
+    ASSERT_TRUE(waitUntil({&first}, [&] { return first.isDone(); }));
+    Registration same("Kitchen", "_demo._tcp", 80);
+    Registration other("KITCHEN", "_demo._tcp", 81);
+    ASSERT_TRUE(waitUntil({&first, &same, &other}, [&] { return same.isDone() && other.isDone(); }));
+    EXPECT_EQ(same.replies[0].name, "Kitchen");
+    EXPECT_EQ(other.replies[0].name, "KITCHEN (2)");
+    EXPECT_EQ(first.replies.size(), 1U);
+}
+
+TEST(Live, TypesOfUnusualForm)
+{
+    for (const char* type : {"_abcdefghijklmnop._tcp", "_de_mo._tcp", "_123._tcp", "_Demo._UDP"}) {
+        Registration registration("Kitchen", type, 80);
+        Browse browse(type);
+        ASSERT_TRUE(waitUntil({&registration, &browse}, [&] {
+            return registration.isDone() && browse.has("Kitchen");
+        })) << type;
+        EXPECT_EQ(registration.replies[0].error, kDNSServiceErr_NoError) << type;
     }
 }
 
