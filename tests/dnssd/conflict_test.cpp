@@ -38,8 +38,7 @@ protected:
     }
 
     static void expectReply(const Registration& registration, std::size_t index, DNSServiceFlags flags,
-                            const std::string& name,
-                            DNSServiceErrorType error = kDNSServiceErr_NoError)
+                            const std::string& name, DNSServiceErrorType error = kDNSServiceErr_NoError)
     {
         ASSERT_LT(index, registration.replies.size());
         const auto& reply = registration.replies[index];

@@ -88,6 +88,7 @@ TEST_F(Memory, ComesBackWithinSecondsOfARelease)
     handles.clear();
     handles.shrink_to_fit();
     EXPECT_TRUE(waitUntil(
-        {}, [&] { return isEverythingReleased() && bytesInUse() < before + slack; }, std::chrono::seconds(30)))
+        {}, [&] { return isEverythingReleased() && bytesInUse() < before + slack; },
+        std::chrono::seconds(30)))
         << bytesInUse() << " bytes, " << before << " before";
 }
