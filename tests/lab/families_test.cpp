@@ -45,7 +45,7 @@ bool FamiliesTest::isExpected(const QHostAddress& address) const
 void FamiliesTest::ipv4ListerGetsTheIpv4Address()
 {
     if (!has('4'))
-        QSKIP("no IPv4 in this network");
+        QSKIP("no IPv4 in this network", ); // a variadic macro wants at least one argument
     Watch watch(MDnsProtocolType::IPv4);
     EVENTUALLY(watch.lists("Kitchen"));
     const QSet<QHostAddress> addresses = watch.client("Kitchen").addresses;
@@ -56,7 +56,7 @@ void FamiliesTest::ipv4ListerGetsTheIpv4Address()
 void FamiliesTest::ipv6ListerGetsTheIpv6AddressWithItsScope()
 {
     if (!has('6'))
-        QSKIP("no IPv6 in this network");
+        QSKIP("no IPv6 in this network", ); // a variadic macro wants at least one argument
     Watch watch(MDnsProtocolType::IPv6);
     EVENTUALLY(watch.lists("Kitchen"));
     const QSet<QHostAddress> addresses = watch.client("Kitchen").addresses;

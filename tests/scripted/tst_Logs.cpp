@@ -138,21 +138,21 @@ private:
 
         const auto listing = listerWithoutClearing();
         txtArrives(txt({"a=1"}));
-        TxtReply txtReply;
-        txtReply.flags = 0;
-        txtArrives(txt({"a=1"}), 3, txtReply);
-        txtReply.flags = add;
-        txtReply.rrtype = 1;
-        txtArrives(txt({"a=1"}), 3, txtReply);
-        txtReply.error = kDNSServiceErr_Unknown;
-        txtArrives(txt({"a=1"}), 3, txtReply);
+        TxtReply reply;
+        reply.flags = 0;
+        txtArrives(txt({"a=1"}), 3, reply);
+        reply.flags = add;
+        reply.rrtype = 1;
+        txtArrives(txt({"a=1"}), 3, reply);
+        reply.error = kDNSServiceErr_Unknown;
+        txtArrives(txt({"a=1"}), 3, reply);
 
         browseAdd("Kitchen", 3); // again: reset
         runOut(static_cast<BonjourResolver*>(daemon.newest(Op::Resolve)->context));
         browseAdd("Kitchen", 3);
-        ResolveReply resolveReply;
-        resolveReply.error = kDNSServiceErr_Unknown;
-        resolveReplies(3, resolveReply);
+        ResolveReply resolved;
+        resolved.error = kDNSServiceErr_Unknown;
+        resolveReplies(3, resolved);
         browseAdd("Kitchen", 3);
         resolveReplies(3);
         addressArrives(nullptr, 3, kDNSServiceErr_Unknown);
@@ -272,26 +272,26 @@ private Q_SLOTS:
         for (const DNSServiceErrorType error : {kDNSServiceErr_NoError, kDNSServiceErr_Unknown}) {
             browseReplies(add, nullptr, 3, error, nullptr, nullptr);
             browseReplies(0, nullptr, 3, error, nullptr, nullptr);
-            TxtReply txtReply;
-            txtReply.error = error;
-            txtReply.fullName.reset();
-            txtArrives(QByteArray(), 3, txtReply);
-            txtReply.flags = 0;
-            txtArrives(QByteArray(), 3, txtReply);
+            TxtReply reply;
+            reply.error = error;
+            reply.fullName.reset();
+            txtArrives(QByteArray(), 3, reply);
+            reply.flags = 0;
+            txtArrives(QByteArray(), 3, reply);
             registered(nullptr, error);
         }
         browseAdd("Cellar", 4);
-        ResolveReply resolveReply;
-        resolveReply.fullName.reset();
-        resolveReply.host.reset();
-        resolveReply.txt = QByteArray();
-        resolveReplies(4, resolveReply);
+        ResolveReply resolved;
+        resolved.fullName.reset();
+        resolved.host.reset();
+        resolved.txt = QByteArray();
+        resolveReplies(4, resolved);
         addressArrives(nullptr, 4, kDNSServiceErr_Unknown);
         browseAdd("Cellar", 4);
-        resolveReplies(4, resolveReply);
+        resolveReplies(4, resolved);
         daemon.failNext(Op::GetAddrInfo, kDNSServiceErr_BadParam);
-        resolveReplies(4, resolveReply);
-        resolveReplies(4, resolveReply);
+        resolveReplies(4, resolved);
+        resolveReplies(4, resolved);
         addressArrives(nullptr, 4);
         QCOMPARE(listing->getClients().size(), 2);
     }

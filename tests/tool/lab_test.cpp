@@ -32,7 +32,7 @@ public:
 
     /** Waits until an event satisfies @p isWanted; an empty one when that does not happen in time. Each
      * event is looked at once. */
-    QJsonObject event(const std::function<bool(const QJsonObject&)>& isWanted)
+    QJsonObject nextEvent(const std::function<bool(const QJsonObject&)>& isWanted)
     {
         QDeadlineTimer deadline(deadlineMs);
         while (!deadline.hasExpired()) {
@@ -49,9 +49,9 @@ public:
         return {};
     }
 
-    QJsonObject event(const QString& name, const QString& service = QString())
+    QJsonObject nextEvent(const QString& name, const QString& service = QString())
     {
-        return event([&](const QJsonObject& object) {
+        return nextEvent([&](const QJsonObject& object) {
             return object["event"] == name && (service.isNull() || object["name"] == service);
         });
     }
@@ -101,13 +101,13 @@ std::unique_ptr<Tool> advertised(const QString& name, const QStringList& txt = {
 {
     auto tool = std::make_unique<Tool>(
         QStringList{"--json", "advertise", name, type, QString::number(port)} + txt, host);
-    return tool->event("visible").isEmpty() ? nullptr : std::move(tool);
+    return tool->nextEvent("visible").isEmpty() ? nullptr : std::move(tool);
 }
 
 QJsonObject resolved(const QString& name, const QStringList& options = {})
 {
     Tool tool(options + QStringList{"--json", "--timeout", "60", "resolve", name, type});
-    return tool.event("resolved");
+    return tool.nextEvent("resolved");
 }
 
 /** The name of the service that the running test advertises: its own, since one that was just withdrawn lives
@@ -178,7 +178,7 @@ void ToolLabTest::advertiseTellsHostAndName()
 {
     Tool tool({"--json", "advertise", own(), type, "8080"}, "hostb");
     QHash<QString, QJsonObject> events; // in either order
-    QVERIFY(!tool.event([&events](const QJsonObject& event) {
+    QVERIFY(!tool.nextEvent([&events](const QJsonObject& event) {
                      events.insert(event["event"].toString(), event);
                      return events.contains("registered") && events.contains("visible");
                  })
@@ -195,7 +195,7 @@ void ToolLabTest::browseTellsWhatComesChangesAndGoes()
     Tool browser({"--json", "browse", type});
     const auto kitchen = advertised(own(), {"path=/"});
     QVERIFY(kitchen);
-    const QJsonObject added = browser.event("added", own());
+    const QJsonObject added = browser.nextEvent("added", own());
     QCOMPARE(added["host"].toString(), QString("hostb.local."));
     QCOMPARE(added["type"].toString(), type);
     QCOMPARE(added["port"].toInt(), 8080);
@@ -204,12 +204,12 @@ void ToolLabTest::browseTellsWhatComesChangesAndGoes()
 
     kitchen->enter("path=/new\n");
     QVERIFY(!browser
-                 .event([](const QJsonObject& event) {
+                 .nextEvent([](const QJsonObject& event) {
                      return event["event"] == "changed" && event["txt"].toObject()["path"] == "/new";
                  })
                  .isEmpty());
     QCOMPARE(kitchen->statusAfter(SIGINT), 0);
-    QVERIFY(!browser.event("removed", own()).isEmpty());
+    QVERIFY(!browser.nextEvent("removed", own()).isEmpty());
 }
 
 void ToolLabTest::browseCountsInterfaces()
@@ -217,10 +217,10 @@ void ToolLabTest::browseCountsInterfaces()
     const auto kitchen = advertised(own());
     QVERIFY(kitchen);
     Tool browser({"--json", "browse", type});
-    QVERIFY(!browser.event([](const QJsonObject& event) { return event["interfaces"] == 2; }).isEmpty());
+    QVERIFY(!browser.nextEvent([](const QJsonObject& event) { return event["interfaces"] == 2; }).isEmpty());
     command("lab-link", {"hosta", "2", "down"});
     const bool isCounted =
-        !browser.event([](const QJsonObject& event) { return event["interfaces"] == 1; }).isEmpty();
+        !browser.nextEvent([](const QJsonObject& event) { return event["interfaces"] == 1; }).isEmpty();
     command("lab-link", {"hosta", "2", "up"});
     QVERIFY(isCounted);
 }
@@ -230,7 +230,7 @@ void ToolLabTest::browseListsTypes()
     const auto kitchen = advertised(own());
     QVERIFY(kitchen);
     Tool browser({"--json", "browse"});
-    const QJsonObject complete = browser.event([](const QJsonObject& event) {
+    const QJsonObject complete = browser.nextEvent([](const QJsonObject& event) {
         return event["type"] == type && event["interfaces"].toArray() == QJsonArray({"lan1", "lan2"});
     });
     QVERIFY(!complete.isEmpty());
@@ -287,10 +287,10 @@ void ToolLabTest::stopSignalsEndOrderlyWithAGoodbye()
     Tool browser({"--json", "browse", type});
     const auto kitchen = advertised(own());
     QVERIFY(kitchen);
-    QVERIFY(!browser.event("added", own()).isEmpty());
+    QVERIFY(!browser.nextEvent("added", own()).isEmpty());
     QCOMPARE(kitchen->statusAfter(signal), 0);
     // Without a goodbye the records would live for more than an hour.
-    QVERIFY(!browser.event("removed", own()).isEmpty());
+    QVERIFY(!browser.nextEvent("removed", own()).isEmpty());
     QCOMPARE(browser.statusAfter(signal), 0);
 }
 
@@ -341,11 +341,11 @@ void ToolLabTest::typedLinesEditTheTxtRecord()
     const auto kitchen = advertised(own(), {"path=/"});
     QVERIFY(kitchen);
     kitchen->enter("note=a = b\n  -PATH  \n");
-    QCOMPARE(kitchen->event("txt")["txt"].toObject(), QJsonObject({{"path", "/"}, {"note", "a = b"}}));
-    QCOMPARE(kitchen->event("txt")["txt"].toObject(), QJsonObject({{"note", "a = b"}}));
+    QCOMPARE(kitchen->nextEvent("txt")["txt"].toObject(), QJsonObject({{"path", "/"}, {"note", "a = b"}}));
+    QCOMPARE(kitchen->nextEvent("txt")["txt"].toObject(), QJsonObject({{"note", "a = b"}}));
     kitchen->enter("last=1"); // ended by the end of the input
     kitchen->closeWriteChannel();
-    QVERIFY(!kitchen->event("txt").isEmpty());
+    QVERIFY(!kitchen->nextEvent("txt").isEmpty());
     const QJsonObject expected = {{"note", "a = b"}, {"last", "1"}};
     QVERIFY(becomesTxt(own(), expected));
     QCOMPARE(kitchen->state(), QProcess::Running);
@@ -356,7 +356,7 @@ void ToolLabTest::wrongTypedLineSaysWhatToDo()
     const auto kitchen = advertised(own());
     QVERIFY(kitchen);
     kitchen->enter("nonsense\nright=1\n");
-    QCOMPARE(kitchen->event("txt")["txt"].toObject(), QJsonObject({{"right", "1"}}));
+    QCOMPARE(kitchen->nextEvent("txt")["txt"].toObject(), QJsonObject({{"right", "1"}}));
     QCOMPARE(
         kitchen->errors(),
         QString("vesk-mdns: \"nonsense\" is no TXT entry; write KEY=VALUE, or -KEY to remove an entry\n"));
@@ -368,11 +368,11 @@ void ToolLabTest::conflictIsShownAsAnotherName()
     const auto first = advertised(own());
     QVERIFY(first);
     Tool second({"--json", "advertise", own(), type, "9090"}, "hosta");
-    const QJsonObject renamed = browser.event("added", own() + " (2)");
+    const QJsonObject renamed = browser.nextEvent("added", own() + " (2)");
     QVERIFY(!renamed.isEmpty());
     // Who has to give way is for the daemons to decide.
     Tool& loser = renamed["host"] == "hosta.local." ? second : *first;
-    QVERIFY(!loser.event("visible", own() + " (2)").isEmpty());
+    QVERIFY(!loser.nextEvent("visible", own() + " (2)").isEmpty());
 }
 
 void ToolLabTest::configurationForcesAnotherNameAndTxtIsKept()
@@ -385,13 +385,13 @@ void ToolLabTest::configurationForcesAnotherNameAndTxtIsKept()
     QCOMPARE(get.status(), 0);
     QCOMPARE(get.readAllStandardOutput(), QByteArray("Hall\n"));
 
-    QCOMPARE(kitchen->event("forced")["name"].toString(), QString("Hall"));
-    const QJsonObject visible = kitchen->event("visible", "Hall");
+    QCOMPARE(kitchen->nextEvent("forced")["name"].toString(), QString("Hall"));
+    const QJsonObject visible = kitchen->nextEvent("visible", "Hall");
     QCOMPARE(visible["previous"].toString(), own());
     QVERIFY(becomesTxt("Hall", QJsonObject({{"path", "/"}})));
 
     QCOMPARE(Tool({"config", "unset", path}, "hostb").status(), 0);
-    QCOMPARE(kitchen->event("visible", own())["previous"].toString(), QString("Hall"));
+    QCOMPARE(kitchen->nextEvent("visible", own())["previous"].toString(), QString("Hall"));
     QCOMPARE(Tool({"config", "get", path}, "hostb").status(), 1);
 }
 
