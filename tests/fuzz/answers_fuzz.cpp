@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Records of any bytes, as the daemon hands them over, come and go; what reaches the application is whole.
-// Everything runs on one thread: the loop is never started.
+// Everything runs on one thread: the loop runs only as long as it has something to do.
 #include "AddressOperation.h"
 #include "BrowseOperation.h"
 #include "FakeBackend.h"
@@ -42,6 +42,13 @@ World& world()
         return fresh;
     }();
     return *made;
+}
+
+/// Has done what was put off.
+void settle()
+{
+    world().loop.quit();
+    world().loop.run();
 }
 
 /// Hands over all replies, as an application would.
@@ -164,6 +171,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     std::vector<Record> told;
     while (input.remaining_bytes() > 0 && told.size() < 8) {
+        if (input.ConsumeBool())
+            settle();
         if (!told.empty() && input.ConsumeBool()) {
             all.backend.tell(told[input.ConsumeIntegralInRange<std::size_t>(0, told.size() - 1)],
                              Transport::IPv4, input.ConsumeBool());
@@ -172,8 +181,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         told.push_back(randomRecord(input));
         all.backend.tell(told.back(), Transport::IPv4, true);
     }
+    settle();
     for (const Record& record : told) // the questions outlive this run: leave them as they were
         all.backend.tell(record, Transport::IPv4, false);
+    settle();
     drain(*mailbox);
     return 0;
 }

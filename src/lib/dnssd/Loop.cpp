@@ -55,6 +55,7 @@ const AvahiPoll* Loop::api() const
 
 void Loop::run()
 {
+    m_running = true;
     while (m_running && iterate()) {
         runDueTimers();
         // A task costs the daemon's time; what it has answered already is worth more than a further question.

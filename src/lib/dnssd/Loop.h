@@ -36,6 +36,7 @@ public:
     /// Where libavahi puts its descriptors and timeouts.
     const AvahiPoll* api() const;
 
+    /// Runs until quit().
     void run();
 
     /// Makes run() return. May be called by any thread.
@@ -55,7 +56,7 @@ private:
     int m_wake;
     bool m_daemonHasMore = false;
     bool m_sleepless = false;
-    bool m_running = true;
+    bool m_running = false;
     std::multimap<Clock::time_point, Timer*> m_timers;
 
     std::mutex m_mutex;
