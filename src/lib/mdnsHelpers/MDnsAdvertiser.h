@@ -90,9 +90,8 @@ private:
  * An advertiser is a Qt child of @p parent, or the caller's to delete when @p parent is null. Null is never
  * returned: what the DNS-SD library refuses is only logged.
  *
- * In every function: @p name is the instance name, at most 63 bytes of UTF-8 (cut at a character beyond
- * that);
- * @p type the service type, such as "_demo._tcp", lower-cased; @p port the TCP or UDP port, 0 to 65535.
+ * In every function: name is the instance name, at most 63 bytes of UTF-8, cut at a character beyond that;
+ * type the service type, such as "_demo._tcp", lower-cased; port the TCP or UDP port, 0 to 65535.
  */
 class MDNS_HELPERS_EXPORT MDnsAdvertiserFactory
 {
@@ -102,9 +101,8 @@ public:
 
     /**
      * Makes an advertiser, connects its nameRegistered(QString) to the slot text @p slot, as Qt's SLOT()
-     * gives it, of @p receiver, and starts it, so that the first emission cannot be missed. When @p receiver
-     * or
-     * @p slot is null, nothing is connected and the advertiser starts all the same.
+     * gives it, of @p receiver, and starts it, so that the first emission cannot be missed. When receiver or
+     * slot is null, nothing is connected and the advertiser starts all the same.
      */
     static MDnsAdvertiser* create(QObject* parent, const QString& name, const QString& type, int port,
                                   QObject* receiver, const char* slot, Qt::ConnectionType connectionType);
