@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Guards.h"
 
-#include <QMutex>
 #include <QObject>
 #include <dirent.h>
+#include <mutex>
 
 // The table of Qt's hooks for inspecting tools. Its layout is fixed: version, size, Qt's version, then the
 // functions called when an object is made and when it goes.
@@ -14,7 +14,7 @@ namespace {
 constexpr int addObjectHook = 3;
 constexpr int removeObjectHook = 4;
 
-QMutex mutex; // Qt makes objects of its own in other threads
+std::mutex mutex; // Qt makes objects of its own in other threads
 
 } // namespace
 
@@ -22,14 +22,14 @@ Guards* Guards::current = nullptr;
 
 void Guards::objectMade(QObject* object)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (current)
         current->objects.insert(object);
 }
 
 void Guards::objectGone(QObject* object)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (current)
         current->objects.remove(object);
 }
@@ -68,7 +68,7 @@ void Guards::install()
 void Guards::begin()
 {
     const QtMessageHandler installed = qInstallMessageHandler(&messageArrived);
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     outer = current;
     nextHandler = outer ? outer->nextHandler : installed;
     expectedWarnings.clear();
@@ -80,7 +80,7 @@ void Guards::begin()
 
 QStringList Guards::end()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     current = outer;
     if (!outer)
         qInstallMessageHandler(nextHandler);
