@@ -84,9 +84,9 @@ public:
     {
         const std::string name = toDaemonText(query.name);
         auto made = pool.make<AvahiRecordBrowser>([&](AvahiClient* client) {
-            return avahi_record_browser_new(client, daemonIndex(query.interface), AVAHI_PROTO_UNSPEC,
-                                            name.c_str(), query.recordClass, query.type, AvahiLookupFlags(0),
-                                            answered, this);
+            return avahi_record_browser_new(client, daemonIndex(query.interface),
+                                            daemonProtocol(query.transport), name.c_str(), query.recordClass,
+                                            query.type, AvahiLookupFlags(0), answered, this);
         });
         m_browser.set(made);
         return made.error;
