@@ -28,6 +28,13 @@ inline FakeBackend& backend()
     return FakeBackend::instance();
 }
 
+inline Service lastPublished()
+{
+    Service service;
+    backend().inspect([&] { service = FakeBackend::instance().published().back(); });
+    return service;
+}
+
 inline Record pointer(const Labels& type, const Labels& target, uint32_t interface = Lan1)
 {
     return {type, kDNSServiceType_PTR, kDNSServiceClass_IN, interface, toWire(target)};

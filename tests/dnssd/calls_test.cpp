@@ -28,13 +28,6 @@ std::string longDomain()
     return domain;
 }
 
-Service lastPublished()
-{
-    Service service;
-    backend().inspect([&] { service = FakeBackend::instance().published().back(); });
-    return service;
-}
-
 std::size_t publications()
 {
     std::size_t count = 0;

@@ -49,11 +49,14 @@ protected:
         EXPECT_EQ(reply.domain, "local.") << index;
     }
 
-    static Service lastPublished()
+    /// "Kitchen" and "Kitchen (2)" are taken.
+    static void expectThirdNameInOneReply()
     {
-        Service service;
-        backend().inspect([&] { service = FakeBackend::instance().published().back(); });
-        return service;
+        Registration registration("Kitchen", "_demo._tcp", 80);
+        ASSERT_TRUE(hasReplies(registration, 1));
+        settle(registration);
+        EXPECT_EQ(registration.replies.size(), 1U);
+        expectReply(registration, 0, There, "Kitchen (3)");
     }
 };
 
@@ -62,21 +65,13 @@ protected:
 TEST_F(Conflict, OnThisHostIsRenamedInOneReply)
 {
     takeHere({"Kitchen", "Kitchen (2)"});
-    Registration registration("Kitchen", "_demo._tcp", 80);
-    ASSERT_TRUE(hasReplies(registration, 1));
-    settle(registration);
-    EXPECT_EQ(registration.replies.size(), 1U);
-    expectReply(registration, 0, There, "Kitchen (3)");
+    expectThirdNameInOneReply();
 }
 
 TEST_F(Conflict, OnAnotherHostIsRenamedInOneReply)
 {
     takeElsewhere({"Kitchen", "Kitchen (2)"});
-    Registration registration("Kitchen", "_demo._tcp", 80);
-    ASSERT_TRUE(hasReplies(registration, 1));
-    settle(registration);
-    EXPECT_EQ(registration.replies.size(), 1U);
-    expectReply(registration, 0, There, "Kitchen (3)");
+    expectThirdNameInOneReply();
 }
 
 TEST_F(Conflict, OfTheHostsNameIsRenamedToo)
