@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 /**
+ * @file
  * The DNS-SD C API: advertise services, browse for them, resolve them, look up addresses and records.
  *
  * Every operation works alike. A start call fills in a handle and returns at once. The handle's descriptor
@@ -16,11 +17,12 @@
  *         while (DNSServiceProcessResult(browse) == kDNSServiceErr_NoError) { }
  *
  * Text is UTF-8. Names that consist of several labels (full names, host names) are escaped: a dot or a
- * backslash inside a label is written \. or \\, a control character or a space \DDD in decimal. Ports are in
- * network byte order. Different handles may be used by different threads at the same time; one handle belongs
- * to one thread at a time.
+ * backslash inside a label is written `\.` or `\\`, a control character or a space `\DDD` in decimal. Ports
+ * are in network byte order. Different handles may be used by different threads at the same time; one handle
+ * belongs to one thread at a time.
  */
 #ifndef _DNS_SD_H
+/** Level of the programming interface; the other one, at run time, is told by DNSServiceGetProperty. */
 #define _DNS_SD_H 26001000
 
 #include <stddef.h>
@@ -30,6 +32,7 @@
 extern "C" {
 #endif
 
+/** Marks what the library exports. */
 #if defined(__GNUC__)
 #define DNSSD_API __attribute__((visibility("default")))
 #else
@@ -42,9 +45,9 @@ typedef struct _DNSServiceRef_t* DNSServiceRef;
 /** A single record of an operation. NULL stands for a registration's own TXT record. */
 typedef struct _DNSRecordRef_t* DNSRecordRef;
 
-typedef uint32_t DNSServiceFlags;
-typedef uint32_t DNSServiceProtocol;
-typedef int32_t DNSServiceErrorType;
+typedef uint32_t DNSServiceFlags;    /**< kDNSServiceFlags…, joined by | */
+typedef uint32_t DNSServiceProtocol; /**< kDNSServiceProtocol_…, joined by | */
+typedef int32_t DNSServiceErrorType; /**< kDNSServiceErr_… */
 
 struct sockaddr;
 
@@ -53,24 +56,24 @@ struct sockaddr;
 enum
 {
     /* In replies */
-    kDNSServiceFlagsMoreComing = 0x1, /* another reply of this handle waits already: redraw later */
-    kDNSServiceFlagsAdd = 0x2,        /* something appeared; without this bit it went away */
-    kDNSServiceFlagsDefault = 0x4,    /* with Add: the domain enumerated is the default one */
-    kDNSServiceFlagAnsweredFromCache = 0x40000000, /* the answer was known already when it was asked for */
+    kDNSServiceFlagsMoreComing = 0x1, /**< another reply of this handle waits already: redraw later */
+    kDNSServiceFlagsAdd = 0x2,        /**< something appeared; without this bit it went away */
+    kDNSServiceFlagsDefault = 0x4,    /**< with Add: the domain enumerated is the default one */
+    kDNSServiceFlagAnsweredFromCache = 0x40000000, /**< the answer was known already when it was asked for */
 
     /* In start calls */
-    kDNSServiceFlagsNoAutoRename = 0x8,         /* report a name conflict instead of choosing another name */
-    kDNSServiceFlagsShared = 0x10,              /* a record that several hosts may have */
-    kDNSServiceFlagsUnique = 0x20,              /* a record that belongs to one host alone */
-    kDNSServiceFlagsBrowseDomains = 0x40,       /* enumerate domains to browse in */
-    kDNSServiceFlagsRegistrationDomains = 0x80, /* enumerate domains to register in */
+    kDNSServiceFlagsNoAutoRename = 0x8,   /**< report a name conflict instead of choosing another name */
+    kDNSServiceFlagsShared = 0x10,        /**< a record that several hosts may have */
+    kDNSServiceFlagsUnique = 0x20,        /**< a record that belongs to one host alone */
+    kDNSServiceFlagsBrowseDomains = 0x40, /**< enumerate domains to browse in */
+    kDNSServiceFlagsRegistrationDomains = 0x80, /**< enumerate domains to register in */
     kDNSServiceFlagsLongLivedQuery = 0x100,
     kDNSServiceFlagsAllowRemoteQuery = 0x200,
-    kDNSServiceFlagsForceMulticast = 0x400, /* ask by multicast only */
+    kDNSServiceFlagsForceMulticast = 0x400, /**< ask by multicast only */
     kDNSServiceFlagsForce = 0x800,
     kDNSServiceFlagsKnownUnique = 0x800,
     kDNSServiceFlagsReturnIntermediates = 0x1000,
-    kDNSServiceFlagsShareConnection = 0x4000,
+    kDNSServiceFlagsShareConnection = 0x4000, /**< refused with Unsupported */
     kDNSServiceFlagsSuppressUnusable = 0x8000,
     kDNSServiceFlagsTimeout = 0x10000,
     kDNSServiceFlagsIncludeP2P = 0x20000,
@@ -98,17 +101,17 @@ enum
 };
 
 /* An enumerator of C has to fit an int. */
-#define kDNSServiceFlagsAllowExpiredAnswers 0x80000000U
-#define kDNSServiceFlagsExpiredAnswer 0x80000000U
+#define kDNSServiceFlagsAllowExpiredAnswers 0x80000000U /**< of no effect */
+#define kDNSServiceFlagsExpiredAnswer 0x80000000U       /**< never set: nothing expired is reported */
 
 /* ---- Interfaces ---- */
 
-#define kDNSServiceInterfaceIndexAny 0U                /* every interface */
-#define kDNSServiceInterfaceIndexLocalOnly 0xFFFFFFFFU /* this host alone */
-#define kDNSServiceInterfaceIndexUnicast 0xFFFFFFFEU
-#define kDNSServiceInterfaceIndexP2P 0xFFFFFFFDU
-#define kDNSServiceInterfaceIndexBLE 0xFFFFFFFCU
-#define kDNSServiceInterfaceIndexInfra 0xFFFFFFFBU
+#define kDNSServiceInterfaceIndexAny 0U                /**< every interface */
+#define kDNSServiceInterfaceIndexLocalOnly 0xFFFFFFFFU /**< this host alone */
+#define kDNSServiceInterfaceIndexUnicast 0xFFFFFFFEU   /**< refused: there is no unicast DNS here */
+#define kDNSServiceInterfaceIndexP2P 0xFFFFFFFDU       /**< taken, and nothing is there */
+#define kDNSServiceInterfaceIndexBLE 0xFFFFFFFCU       /**< as P2P */
+#define kDNSServiceInterfaceIndexInfra 0xFFFFFFFBU     /**< as P2P */
 
 /* ---- Protocols ---- */
 
@@ -128,8 +131,8 @@ enum
 
 /* ---- Sizes ---- */
 
-#define kDNSServiceMaxServiceName 64  /* bytes of an instance name with its terminating zero */
-#define kDNSServiceMaxDomainName 1009 /* bytes of an escaped full name with its terminating zero */
+#define kDNSServiceMaxServiceName 64  /**< bytes of an instance name with its terminating zero */
+#define kDNSServiceMaxDomainName 1009 /**< bytes of an escaped full name with its terminating zero */
 
 /* ---- Record classes and types ---- */
 
@@ -238,7 +241,7 @@ enum
     kDNSServiceErr_BadSig = -65560,
     kDNSServiceErr_BadKey = -65561,
     kDNSServiceErr_Transient = -65562,
-    kDNSServiceErr_ServiceNotRunning = -65563, /* there is no way to reach a daemon, now or later */
+    kDNSServiceErr_ServiceNotRunning = -65563, /**< there is no way to reach a daemon, now or later */
     kDNSServiceErr_NATPortMappingUnsupported = -65564,
     kDNSServiceErr_NATPortMappingDisabled = -65565,
     kDNSServiceErr_NoRouter = -65566,
@@ -305,6 +308,7 @@ typedef void (*DNSServiceRegisterReply)(DNSServiceRef sdRef, DNSServiceFlags fla
 /**
  * Registers a service; it stays registered until the handle is released or the process ends.
  *
+ * @param[out] sdRef The handle, when NoError is returned.
  * @param flags 0 or NoAutoRename.
  * @param interfaceIndex Any, LocalOnly or an interface.
  * @param name Instance name, UTF-8; cut to 63 bytes at a character. NULL or "": the host's name.
@@ -314,6 +318,7 @@ typedef void (*DNSServiceRegisterReply)(DNSServiceRef sdRef, DNSServiceFlags fla
  * @param port In network byte order; 0 reserves the name without offering anything.
  * @param txtLen,txtRecord TXT record in wire form; an empty one goes out as a single zero byte.
  * @param callBack May be NULL.
+ * @param context Handed to the callback.
  * @return BadParam, Invalid for a malformed TXT record, ServiceNotRunning.
  */
 DNSSD_API DNSServiceErrorType DNSServiceRegister(DNSServiceRef* sdRef, DNSServiceFlags flags,
@@ -354,9 +359,14 @@ typedef void (*DNSServiceBrowseReply)(DNSServiceRef sdRef, DNSServiceFlags flags
 /**
  * Browses for the instances of a type until the handle is released.
  *
+ * @param[out] sdRef The handle, when NoError is returned.
+ * @param flags 0; others have no effect.
+ * @param interfaceIndex Any, LocalOnly or an interface.
  * @param regtype `_type._tcp` or `_type._udp`; `_type._tcp,_subtype`; `_services._dns-sd._udp` for the types
  * in use.
  * @param domain NULL, "" or `local`.
+ * @param callBack Called for every instance that comes or goes; not NULL.
+ * @param context Handed to the callback.
  * @return BadParam, ServiceNotRunning.
  */
 DNSSD_API DNSServiceErrorType DNSServiceBrowse(DNSServiceRef* sdRef, DNSServiceFlags flags,
@@ -397,8 +407,13 @@ typedef void (*DNSServiceGetAddrInfoReply)(DNSServiceRef sdRef, DNSServiceFlags 
 /**
  * Looks up the addresses of a host and keeps reporting changes until the handle is released.
  *
+ * @param[out] sdRef The handle, when NoError is returned.
+ * @param flags 0; others have no effect.
+ * @param interfaceIndex Any, LocalOnly or an interface.
  * @param protocol kDNSServiceProtocol_IPv4, kDNSServiceProtocol_IPv6, both, or 0 for both.
  * @param hostname Escaped, with or without trailing dot.
+ * @param callBack Called for every address that comes or goes; not NULL.
+ * @param context Handed to the callback.
  * @return BadParam, ServiceNotRunning.
  */
 DNSSD_API DNSServiceErrorType DNSServiceGetAddrInfo(DNSServiceRef* sdRef, DNSServiceFlags flags,
@@ -418,8 +433,14 @@ typedef void (*DNSServiceQueryRecordReply)(DNSServiceRef sdRef, DNSServiceFlags 
 /**
  * Asks for the records of a name and type and keeps reporting changes until the handle is released.
  *
+ * @param[out] sdRef The handle, when NoError is returned.
  * @param flags 0 or ForceMulticast, which are alike: everything is asked by multicast.
+ * @param interfaceIndex Any, LocalOnly or an interface.
  * @param fullname Escaped, with or without trailing dot, such as a resolve reply's.
+ * @param rrtype kDNSServiceType_…
+ * @param rrclass kDNSServiceClass_IN; there are no records of others.
+ * @param callBack Called for every record that comes or goes; not NULL.
+ * @param context Handed to the callback.
  * @return BadParam, ServiceNotRunning.
  */
 DNSSD_API DNSServiceErrorType DNSServiceQueryRecord(DNSServiceRef* sdRef, DNSServiceFlags flags,
@@ -427,6 +448,7 @@ DNSSD_API DNSServiceErrorType DNSServiceQueryRecord(DNSServiceRef* sdRef, DNSSer
                                                     uint16_t rrtype, uint16_t rrclass,
                                                     DNSServiceQueryRecordReply callBack, void* context);
 
+/** Never called, as no single record can be registered. */
 typedef void (*DNSServiceRegisterRecordReply)(DNSServiceRef sdRef, DNSRecordRef recordRef,
                                               DNSServiceFlags flags, DNSServiceErrorType errorCode,
                                               void* context);
@@ -447,6 +469,7 @@ DNSSD_API DNSServiceErrorType DNSServiceReconfirmRecord(DNSServiceFlags flags, u
                                                         const char* fullname, uint16_t rrtype,
                                                         uint16_t rrclass, uint16_t rdlen, const void* rdata);
 
+/** Never called, as no port can be mapped. */
 typedef void (*DNSServiceNATPortMappingReply)(DNSServiceRef sdRef, DNSServiceFlags flags,
                                               uint32_t interfaceIndex, DNSServiceErrorType errorCode,
                                               uint32_t externalAddress, DNSServiceProtocol protocol,
@@ -462,9 +485,12 @@ DNSServiceNATPortMappingCreate(DNSServiceRef* sdRef, DNSServiceFlags flags, uint
 /* ---- Names ---- */
 
 /**
- * Joins an instance name (not escaped; may be NULL), a type and a domain to an escaped full name with
- * trailing dot.
- * @param fullName Room for kDNSServiceMaxDomainName bytes.
+ * Joins an instance name, a type and a domain to an escaped full name with trailing dot.
+ *
+ * @param[out] fullName Room for kDNSServiceMaxDomainName bytes.
+ * @param service Instance name, not escaped; NULL or "": the full name of the type alone.
+ * @param regtype `_type._tcp` or `_type._udp`.
+ * @param domain Escaped, such as `local`.
  * @return BadParam when the parts make no valid name.
  */
 DNSSD_API DNSServiceErrorType DNSServiceConstructFullName(char* const fullName, const char* const service,
@@ -475,8 +501,8 @@ DNSSD_API DNSServiceErrorType DNSServiceConstructFullName(char* const fullName, 
 
 /** A TXT record being built; all zero is an empty one. Its content is private. */
 typedef union _TXTRecordRef_t {
-    char PrivateData[16];
-    char* ForceNaturalAlignment;
+    char PrivateData[16];        /**< private */
+    char* ForceNaturalAlignment; /**< private */
 } TXTRecordRef;
 
 /** Starts an empty record in the caller's buffer; NULL or a full buffer makes the record find its own memory.
@@ -489,6 +515,7 @@ DNSSD_API void TXTRecordDeallocate(TXTRecordRef* txtRecord);
 /**
  * Sets a key; one that is there (its case does not count) is replaced and moves to the end.
  *
+ * @param txtRecord Made by TXTRecordCreate.
  * @param key Printable ASCII without '=', not empty.
  * @param valueSize,value NULL: the bare key; 0 bytes: `key=`. Key, '=' and value together: at most 254 bytes.
  * @return Invalid (the record is unchanged), NoMemory.
