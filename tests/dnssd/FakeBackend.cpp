@@ -142,6 +142,7 @@ void FakeBackend::reset()
     inspect([this] {
         for (const Known& known : std::exchange(m_known, {}))
             tell(known.record, known.transport, false);
+        holdTimers(false);
         m_published.clear();
         m_isRefusing = false;
         m_takenHere.clear();

@@ -42,6 +42,8 @@ public:
     const std::vector<Query>& asked() const { return m_asked; }
     const std::vector<Labels>& glances() const { return m_glances; }
     void forgetAsked();
+    /// Nothing happens by time alone, however long the test takes.
+    void holdTimers(bool hold) { m_loop.holdTimers(hold); }
     const std::vector<Service>& published() const { return m_published; }
     void forgetPublished() { m_published.clear(); }
     /// Is in that state without telling so.

@@ -77,7 +77,7 @@ bool Loop::iterate()
 void Loop::runDueTimers()
 {
     const auto now = Clock::now();
-    while (!m_timers.empty() && m_timers.begin()->first <= now) {
+    while (!m_timersAreHeld && !m_timers.empty() && m_timers.begin()->first <= now) {
         Timer* timer = m_timers.begin()->second;
         timer->stop();
         timer->m_task();
@@ -106,7 +106,7 @@ int Loop::millisecondsToSleep()
     }
     if (m_sleepless)
         return 1; // poll() makes it 0; a 0 here could not be told from work that libavahi has
-    if (m_timers.empty())
+    if (m_timers.empty() || m_timersAreHeld)
         return -1;
     const auto wait = std::chrono::ceil<milliseconds>(m_timers.begin()->first - Clock::now()).count();
     return static_cast<int>(std::clamp<milliseconds::rep>(wait, 1, INT_MAX));

@@ -42,6 +42,9 @@ public:
     /// Makes run() return. May be called by any thread.
     void quit();
 
+    /// Timers that are due wait for as long as they are held. On the loop's thread only.
+    void holdTimers(bool hold) { m_timersAreHeld = hold; }
+
 private:
     friend class Timer;
 
@@ -57,6 +60,7 @@ private:
     bool m_daemonHasMore = false;
     bool m_sleepless = false;
     bool m_running = false;
+    bool m_timersAreHeld = false;
     std::multimap<Clock::time_point, Timer*> m_timers;
 
     std::mutex m_mutex;
