@@ -48,7 +48,7 @@ QByteArray settings(const QString& name, const QString& other = QStringLiteral("
 const QByteArray broken = "{\"name\": \"new\", ";
 const QByteArray oldSettings = settings(QStringLiteral("old"));
 const QByteArray newSettings = settings(QStringLiteral("new"));
-constexpr int deadlineMs = 10000;
+constexpr int deadlineMs = 60000;
 const QString newAfterOld = QStringLiteral("new after old");
 
 } // namespace
@@ -81,7 +81,7 @@ private:
         Listener other(otherPath());
         Listener elsewhere(CMPath::fromEncoded("elsewhere:/name"));
         change();
-        QTRY_COMPARE(first.heard, QStringList{expected});
+        QTRY_COMPARE_WITH_TIMEOUT(first.heard, QStringList{expected}, deadlineMs);
         QCOMPARE(second.heard, QStringList{expected});
         QCOMPARE(other.heard, QStringList());
 
@@ -113,14 +113,16 @@ private:
         for (const QString& name : {QStringLiteral("in place"), QStringLiteral("in place again")}) {
             listener.heard.clear();
             writeInPlace(fileName(), settings(name));
-            QTRY_COMPARE(listener.item.value().string_(), name);
+            QTRY_COMPARE_WITH_TIMEOUT(listener.item.value().string_(), name, deadlineMs);
         }
         listener.heard.clear();
         replace(fileName(), settings(QStringLiteral("replaced")));
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("replaced after in place again")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard,
+                                  QStringList{QStringLiteral("replaced after in place again")}, deadlineMs);
         listener.heard.clear();
         QCOMPARE(setByChild(QStringLiteral("systemmanager:/name"), QStringLiteral("set")), QString());
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("set after replaced")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("set after replaced")},
+                                  deadlineMs);
     }
 
 private Q_SLOTS:
@@ -166,7 +168,7 @@ private Q_SLOTS:
         // The old file lives on under another name, so the watch on it sees no end.
         QVERIFY(::link(qPrintable(fileName()), qPrintable(fileName() + QLatin1Char('~'))) == 0);
         replace(fileName(), newSettings);
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
         laterChangesAreHeard(listener);
     }
 
@@ -175,7 +177,7 @@ private Q_SLOTS:
         writeInPlace(fileName(), oldSettings);
         Listener listener(namePath());
         QVERIFY(QFile::remove(fileName()));
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("unset after old")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("unset after old")}, deadlineMs);
         QCOMPARE(warnings(), QStringList());
         laterChangesAreHeard(listener);
     }
@@ -185,7 +187,7 @@ private Q_SLOTS:
         Listener listener(namePath());
         QCOMPARE(listener.item.value(), VeskValue());
         writeInPlace(fileName(), newSettings);
-        QTRY_COMPARE(listener.item.value().string_(), QStringLiteral("new"));
+        QTRY_COMPARE_WITH_TIMEOUT(listener.item.value().string_(), QStringLiteral("new"), deadlineMs);
         QCOMPARE(listener.heard, QStringList{QStringLiteral("new after unset")});
         laterChangesAreHeard(listener);
     }
@@ -197,9 +199,9 @@ private Q_SLOTS:
         Listener listener(namePath());
         QVERIFY2(!QFileInfo::exists(directory() + QStringLiteral("/a")), "reading makes no directory");
         QCOMPARE(setByChild(QStringLiteral("systemmanager:/name"), QStringLiteral("new")), QString());
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("new after unset")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("new after unset")}, deadlineMs);
         writeInPlace(later + QStringLiteral("/systemmanager.json"), oldSettings);
-        QTRY_COMPARE(listener.item.value().string_(), QStringLiteral("old"));
+        QTRY_COMPARE_WITH_TIMEOUT(listener.item.value().string_(), QStringLiteral("old"), deadlineMs);
     }
 
     void theDirectoryIsRemovedAndMadeAgain()
@@ -207,7 +209,7 @@ private Q_SLOTS:
         writeInPlace(fileName(), oldSettings);
         Listener listener(namePath());
         QVERIFY(QDir(directory()).removeRecursively());
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("unset after old")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("unset after old")}, deadlineMs);
         QVERIFY2(!QFileInfo::exists(directory()), "reading makes no directory");
         QVERIFY(QDir().mkpath(directory()));
         laterChangesAreHeard(listener);
@@ -226,9 +228,9 @@ private Q_SLOTS:
         Listener listener(namePath());
         QVERIFY(QDir().rename(current, current + QLatin1Char('~')));
         QVERIFY(QDir().rename(prepared, current));
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
         writeInPlace(current + file, oldSettings);
-        QTRY_COMPARE(listener.item.value().string_(), QStringLiteral("old"));
+        QTRY_COMPARE_WITH_TIMEOUT(listener.item.value().string_(), QStringLiteral("old"), deadlineMs);
     }
 
     void theFileIsALink()
@@ -240,7 +242,7 @@ private Q_SLOTS:
         Listener listener(namePath());
         QCOMPARE(listener.item.value().string_(), QStringLiteral("old"));
         replace(target + QStringLiteral("/real"), newSettings);
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
         laterChangesAreHeard(listener);
         QVERIFY(QFileInfo(fileName()).isSymLink());
     }
@@ -257,7 +259,7 @@ private Q_SLOTS:
         });
         unrest.start(0);
         replace(fileName(), newSettings);
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
     }
 
     void twoProcessesWriteDifferentKeysAndLoseNothing()
@@ -272,7 +274,7 @@ private Q_SLOTS:
                 {QStringLiteral("set-many"), QStringLiteral("systemmanager:/b"), QString::number(count)});
         QVERIFY(a.waitForFinished() && b.waitForFinished());
         QCOMPARE(QString::fromUtf8(a.readAll() + b.readAll()).trimmed(), QString());
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("49 after unset")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("49 after unset")}, deadlineMs);
         const QJsonObject stored = QJsonDocument::fromJson(contentOf(fileName())).object();
         QCOMPARE(stored.size(), 2 * count);
         for (int i = 0; i < count; ++i) {
@@ -290,7 +292,7 @@ private Q_SLOTS:
         Listener other(otherPath());
         QCOMPARE(set(namePath(), QStringLiteral("old")), QString());
         replace(fileName(), "{\"other\":\"o2\",\n\n\"name\":\"old\"}");
-        QTRY_COMPARE(other.heard, QStringList{QStringLiteral("o2 after o")});
+        QTRY_COMPARE_WITH_TIMEOUT(other.heard, QStringList{QStringLiteral("o2 after o")}, deadlineMs);
         QCOMPARE(listener.heard, QStringList());
     }
 
@@ -320,9 +322,9 @@ private Q_SLOTS:
         writeInPlace(fileName(), R"({"name": "1"})");
         Listener listener(namePath());
         replace(fileName(), R"({"name": 1})");
-        QTRY_COMPARE(listener.heard, QStringList{QStringLiteral("1 after 1")});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{QStringLiteral("1 after 1")}, deadlineMs);
         replace(fileName(), R"({"name": null})");
-        QTRY_COMPARE(listener.heard.last(), QStringLiteral("unset after 1"));
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard.last(), QStringLiteral("unset after 1"), deadlineMs);
     }
 
     // --- Files that cannot be read -----------------------------------------------------------------------
@@ -337,16 +339,17 @@ private Q_SLOTS:
             replace(fileName(), content);
             replace(directory() + QStringLiteral("/elsewhere.json"),
                     settings(QString::fromLatin1(content.toHex())));
-            QTRY_COMPARE(elsewhere.item.value().string_(), QString::fromLatin1(content.toHex()));
-            QTRY_COMPARE(warnings().size(), 1);
+            QTRY_COMPARE_WITH_TIMEOUT(elsewhere.item.value().string_(), QString::fromLatin1(content.toHex()),
+                                      deadlineMs);
+            QTRY_COMPARE_WITH_TIMEOUT(warnings().size(), 1, deadlineMs);
             QCOMPARE(listener.item.value().string_(), QStringLiteral("old"));
         }
         QCOMPARE(listener.heard, QStringList());
         replace(fileName(), newSettings);
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
         QCOMPARE(warnings().size(), 1);
         replace(fileName(), broken);
-        QTRY_COMPARE(warnings().size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(warnings().size(), 2, deadlineMs);
         QCOMPARE(listener.heard, QStringList{newAfterOld});
     }
 
@@ -380,10 +383,10 @@ private Q_SLOTS:
         QFile file(fileName());
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered));
         file.write(newSettings.left(10));
-        QTRY_COMPARE(warnings().size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(warnings().size(), 1, deadlineMs);
         QCOMPARE(listener.item.value().string_(), QStringLiteral("old"));
         file.write(newSettings.mid(10));
-        QTRY_COMPARE(listener.heard, QStringList{newAfterOld});
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard, QStringList{newAfterOld}, deadlineMs);
         QCOMPARE(warnings().size(), 1);
     }
 
@@ -579,7 +582,7 @@ private Q_SLOTS:
             QCOMPARE(setByChild(QStringLiteral("systemmanager:/name"), QStringLiteral("new")), QString());
         else
             QCOMPARE(item->setValue(VeskValue(QStringLiteral("new"))), QString());
-        QTRY_VERIFY(heard);
+        QTRY_VERIFY_WITH_TIMEOUT(heard, deadlineMs);
     }
 
     void oneSignalMayDeleteAllOtherItems()
@@ -594,7 +597,7 @@ private Q_SLOTS:
             });
         }
         replace(fileName(), newSettings);
-        QTRY_COMPARE(heard, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(heard, 1, deadlineMs);
     }
 
     void aSlotMaySetTheItemAgain()
