@@ -45,10 +45,11 @@ class Marked:
     def processes(self):
         """The names of those that live, by number."""
         found = {}
-        for environment in pathlib.Path("/proc").glob("[0-9]*/environ"):
+        for number in filter(str.isdecimal, os.listdir("/proc")):
+            process = pathlib.Path("/proc", number)
             try:
-                if self.mark in environment.read_bytes().decode(errors="replace").split("\0"):
-                    found[environment.parent.name] = environment.with_name("comm").read_text().strip()
+                if self.mark in (process / "environ").read_bytes().decode(errors="replace").split("\0"):
+                    found[number] = (process / "comm").read_text().strip()
             except OSError:
                 pass  # ended meanwhile, or another user's
         return found
