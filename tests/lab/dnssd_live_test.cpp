@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <thread>
@@ -67,6 +69,29 @@ public:
 private:
     RecordQuery m_claim;
     Beside m_process;
+};
+
+/// The questions that hostb hears on its first link, as the listener writes them.
+class Listener
+{
+public:
+    bool isReady() const
+    {
+        return waitUntil({}, [this] { return count("listening") == 1; });
+    }
+
+    std::size_t count(const std::string& wanted) const
+    {
+        std::ifstream lines(m_file);
+        std::size_t found = 0;
+        for (std::string line; std::getline(lines, line);)
+            found += line == wanted ? 1U : 0U;
+        return found;
+    }
+
+private:
+    std::string m_file = std::string(std::getenv("LAB_DIR")) + "/questions";
+    Beside m_process{"exec lab-on hostb '" DNSSD_LISTENER "' lan1 >" + m_file};
 };
 
 /// A reply without MoreComing, which depends on when it is read.
@@ -222,6 +247,36 @@ TEST(Live, MoreQuestionsThanOneConnectionHolds)
         query->process();
         EXPECT_TRUE(query->replies.empty() || query->replies[0].error == kDNSServiceErr_NoError);
     }
+}
+
+TEST(Live, BrowsedInstanceIsAskedForOverOneTransport)
+{
+    const Beside kitchen("exec lab-on hostb avahi-publish -s Kitchen _demo._tcp 80 >/dev/null 2>&1");
+    ASSERT_TRUE(waitUntil({}, [] {
+        const std::string seen = outputOf("timeout 5 avahi-browse -pt _demo._tcp");
+        return seen.find("+;lan1;IPv4;Kitchen") != std::string::npos &&
+               seen.find("+;lan1;IPv6;Kitchen") != std::string::npos;
+    }));
+    const Listener listener;
+    ASSERT_TRUE(listener.isReady());
+    Browse browse("_demo._tcp", Lan1);
+    // The daemon has told all that it knew of the type before it answers this.
+    Addresses host("hostb.local", kDNSServiceProtocol_IPv4, Lan1);
+    ASSERT_TRUE(waitUntil({&browse, &host}, [&] { return browse.has("Kitchen") && !host.replies.empty(); }));
+
+    Resolve resolve("Kitchen", "_demo._tcp.", "local.", Lan1);
+    RecordQuery unseen("Nobody._demo._tcp.local.", kDNSServiceType_SRV, 0, Lan1);
+    std::size_t byIPv4 = 0;
+    std::size_t byIPv6 = 0;
+    EXPECT_TRUE(waitUntil({&browse, &host, &resolve, &unseen}, [&] {
+        byIPv4 = listener.count("4 33 Kitchen._demo._tcp.local");
+        byIPv6 = listener.count("6 33 Kitchen._demo._tcp.local");
+        return byIPv4 + byIPv6 >= 2 && listener.count("4 33 Nobody._demo._tcp.local") > 0 &&
+               listener.count("6 33 Nobody._demo._tcp.local") > 0;
+    }));
+    EXPECT_EQ(std::min(byIPv4, byIPv6), 0U) << byIPv4 << " by IPv4, " << byIPv6 << " by IPv6";
+    ASSERT_FALSE(resolve.replies.empty());
+    EXPECT_EQ(resolve.replies[0].host, "hostb.local.");
 }
 
 TEST(Live, OneLinkAloneOrNoneAtAll)
