@@ -3,8 +3,8 @@
 
 namespace vesk::dnssd {
 
-AvahiAsking::AvahiAsking(AvahiBackend& backend, Backend::Asker& asker)
-    : m_browser(backend)
+AvahiAsking::AvahiAsking(AvahiErrorListener& errors, Backend::Asker& asker)
+    : m_browser(errors)
     , m_asker(asker)
 {
 }

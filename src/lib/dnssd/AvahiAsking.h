@@ -12,7 +12,7 @@ namespace vesk::dnssd {
 class AvahiAsking : public Backend::Asking
 {
 public:
-    AvahiAsking(AvahiBackend& backend, Backend::Asker& asker);
+    AvahiAsking(AvahiErrorListener& errors, Backend::Asker& asker);
 
     /// Returns the daemon's error.
     int start(AvahiClientPool& pool, const Query& query);

@@ -75,7 +75,7 @@ std::unique_ptr<Backend::Asking> AvahiBackend::ask(const Query& query, Asker& as
 {
     auto asking = std::make_unique<AvahiAsking>(*this, asker);
     const int error = asking->start(m_pool, query);
-    loseOn(error);
+    returned(error);
     if (error != AVAHI_OK)
         return nullptr;
     return asking;
@@ -86,7 +86,7 @@ std::unique_ptr<Backend::Asking> AvahiBackend::glance(const Labels& instance, ui
 {
     auto asking = std::make_unique<AvahiGlance>(*this, glancer);
     const int error = asking->start(m_pool, instance, interface, transport);
-    loseOn(error);
+    returned(error);
     if (error != AVAHI_OK)
         return nullptr;
     return asking;
@@ -96,7 +96,7 @@ Backend::PublishResult AvahiBackend::publish(const Service& service, Publisher& 
 {
     auto publication = std::make_unique<AvahiPublication>(*this, m_loop, service, publisher);
     const int error = publication->start(m_pool, service);
-    loseOn(error);
+    returned(error);
     if (error != AVAHI_OK)
         return {toApiError(error), nullptr};
     return {kDNSServiceErr_NoError, std::move(publication)};
@@ -140,13 +140,13 @@ void AvahiBackend::setState(State state)
         m_listener.backendChanged(state);
 }
 
-void AvahiBackend::loseOn(int error)
+void AvahiBackend::returned(int error)
 {
     if (isConnectionLost(error))
         lose();
 }
 
-void AvahiBackend::loseLaterOn(int error)
+void AvahiBackend::returnedInCallback(int error)
 {
     if (isConnectionLost(error))
         m_loop.post([this] { lose(); });

@@ -3,6 +3,7 @@
 #define VESK_DNSSD_AVAHIBACKEND_H
 
 #include "AvahiClientPool.h"
+#include "AvahiObject.h"
 #include "Backend.h"
 #include "Loop.h"
 
@@ -11,7 +12,7 @@
 namespace vesk::dnssd {
 
 /// Asks the Avahi daemon: record browsers answer the questions, entry groups publish the services.
-class AvahiBackend : public Backend
+class AvahiBackend : public Backend, public AvahiErrorListener
 {
 public:
     AvahiBackend(Loop& loop, StateListener& listener);
@@ -25,10 +26,8 @@ public:
     PublishResult publish(const Service& service, Publisher& publisher) override;
     std::string hostName() override;
 
-    /// Gives up all connections when `error` means that the daemon cannot be reached any more.
-    void loseOn(int error);
-    /// The same a turn later, for whoever is called by libavahi.
-    void loseLaterOn(int error);
+    void returned(int error) override;
+    void returnedInCallback(int error) override;
 
 private:
     void connect();

@@ -18,9 +18,9 @@ std::string toWireTxt(const AvahiStringList* items)
 
 } // namespace
 
-AvahiGlance::AvahiGlance(AvahiBackend& backend, Backend::Glancer& glancer)
-    : m_backend(backend)
-    , m_resolver(backend)
+AvahiGlance::AvahiGlance(AvahiErrorListener& errors, Backend::Glancer& glancer)
+    : m_errors(errors)
+    , m_resolver(errors)
     , m_glancer(glancer)
 {
 }
@@ -48,7 +48,7 @@ void AvahiGlance::resolved(AvahiServiceResolver*, AvahiIfIndex, AvahiProtocol, A
         return;
     const Glimpse glimpse{std::move(*labels), port, toWireTxt(txt)};
     auto* glance = static_cast<AvahiGlance*>(self);
-    glance->m_backend.loseLaterOn(glance->m_resolver.release());
+    glance->m_errors.returnedInCallback(glance->m_resolver.release());
     glance->m_glancer.glimpsed(glimpse);
 }
 

@@ -14,7 +14,7 @@ namespace vesk::dnssd {
 class AvahiGlance : public Backend::Asking
 {
 public:
-    AvahiGlance(AvahiBackend& backend, Backend::Glancer& glancer);
+    AvahiGlance(AvahiErrorListener& errors, Backend::Glancer& glancer);
 
     /// Returns the daemon's error.
     int start(AvahiClientPool& pool, const Labels& instance, uint32_t interface, Transport transport);
@@ -25,7 +25,7 @@ private:
                          const AvahiAddress*, uint16_t port, AvahiStringList* txt, AvahiLookupResultFlags,
                          void* self);
 
-    AvahiBackend& m_backend;
+    AvahiErrorListener& m_errors;
     AvahiObject<AvahiServiceResolver, avahi_service_resolver_free> m_resolver;
     Backend::Glancer& m_glancer;
 };

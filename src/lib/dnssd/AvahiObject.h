@@ -2,7 +2,8 @@
 #ifndef VESK_DNSSD_AVAHIOBJECT_H
 #define VESK_DNSSD_AVAHIOBJECT_H
 
-#include "AvahiBackend.h"
+#include "AvahiClientPool.h"
+#include "Backend.h"
 
 #include <avahi-common/address.h>
 #include <avahi-common/error.h>
@@ -24,16 +25,28 @@ inline AvahiProtocol daemonProtocol(std::optional<Transport> transport)
     return *transport == Transport::IPv4 ? AVAHI_PROTO_INET : AVAHI_PROTO_INET6;
 }
 
+/// Hears what calls of the daemon return, and gives up all connections when it cannot be reached any more.
+class AvahiErrorListener
+{
+public:
+    virtual void returned(int error) = 0;
+    /// The same for whoever is called by libavahi: it takes effect a turn later.
+    virtual void returnedInCallback(int error) = 0;
+
+protected:
+    ~AvahiErrorListener() = default;
+};
+
 /// An object of the daemon's that is released with this one.
 template <typename Object, int (*Free)(Object*)>
 class AvahiObject
 {
 public:
-    explicit AvahiObject(AvahiBackend& backend)
-        : m_backend(backend)
+    explicit AvahiObject(AvahiErrorListener& errors)
+        : m_errors(errors)
     {
     }
-    ~AvahiObject() { m_backend.loseOn(release()); }
+    ~AvahiObject() { m_errors.returned(release()); }
     AvahiObject(const AvahiObject&) = delete;
     AvahiObject& operator=(const AvahiObject&) = delete;
 
@@ -59,7 +72,7 @@ public:
     AvahiClient* client() const { return m_connection->client(); }
 
 private:
-    AvahiBackend& m_backend;
+    AvahiErrorListener& m_errors;
     std::shared_ptr<AvahiConnection> m_connection;
     Object* m_object = nullptr;
 };

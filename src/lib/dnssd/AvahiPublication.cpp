@@ -31,11 +31,11 @@ std::string placeholderData(const Labels& host)
 
 } // namespace
 
-AvahiPublication::AvahiPublication(AvahiBackend& backend, Loop& loop, const Service& service,
+AvahiPublication::AvahiPublication(AvahiErrorListener& errors, Loop& loop, const Service& service,
                                    Backend::Publisher& publisher)
     : m_loop(loop)
-    , m_group(backend)
-    , m_backend(backend)
+    , m_group(errors)
+    , m_errors(errors)
     , m_publisher(publisher)
     , m_interface(daemonIndex(service.interface))
     , m_isPlaceholder(service.port == 0)
@@ -64,7 +64,7 @@ void AvahiPublication::update(const std::string& txt)
 {
     if (!m_group.get() || m_isPlaceholder)
         return;
-    m_backend.loseOn(avahi_entry_group_update_service_txt_strlst(
+    m_errors.returned(avahi_entry_group_update_service_txt_strlst(
         m_group.get(), m_interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags(0), m_name.c_str(), m_type.c_str(),
         m_domain.c_str(), toStringList(txt).get()));
 }

@@ -13,7 +13,7 @@ namespace vesk::dnssd {
 class AvahiPublication : public Backend::Publication
 {
 public:
-    AvahiPublication(AvahiBackend& backend, Loop& loop, const Service& service,
+    AvahiPublication(AvahiErrorListener& errors, Loop& loop, const Service& service,
                      Backend::Publisher& publisher);
 
     /// Returns the daemon's error.
@@ -30,7 +30,7 @@ private:
 
     Loop& m_loop;
     AvahiObject<AvahiEntryGroup, avahi_entry_group_free> m_group;
-    AvahiBackend& m_backend;
+    AvahiErrorListener& m_errors;
     Backend::Publisher& m_publisher;
     AvahiIfIndex m_interface;
     bool m_isPlaceholder;
