@@ -7,6 +7,7 @@
 #include "RecordOperation.h"
 #include "Registration.h"
 #include "ResolveOperation.h"
+#include "Scope.h"
 #include "TxtItems.h"
 
 #include <arpa/inet.h>

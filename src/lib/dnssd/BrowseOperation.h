@@ -3,6 +3,7 @@
 #define VESK_DNSSD_BROWSEOPERATION_H
 
 #include "Operation.h"
+#include "Scope.h"
 
 namespace vesk::dnssd {
 

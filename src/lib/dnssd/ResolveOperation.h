@@ -3,6 +3,7 @@
 #define VESK_DNSSD_RESOLVEOPERATION_H
 
 #include "Operation.h"
+#include "Scope.h"
 
 #include <map>
 #include <set>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "Scope.h"
+
 #include "Interfaces.h"
-#include "Operation.h"
+#include "dns_sd.h"
 
 #include <climits>
 
