@@ -4,6 +4,7 @@
 #include "Played.h"
 
 #include <algorithm>
+#include <memory>
 
 using namespace vesk::dnssd;
 using namespace vesk::dnssd::tests;
@@ -85,6 +86,47 @@ protected:
 
 private:
     Browse m_browse{"_demo._tcp", Loopback};
+};
+
+class Rush : public Arrangement
+{
+protected:
+    enum class Known
+    {
+        Name,
+        Whole
+    };
+    using Resolves = std::vector<std::unique_ptr<Resolve>>;
+
+    /// All of them are seen by browsing.
+    Resolves resolveMany(unsigned count, Known known)
+    {
+        Resolves resolves;
+        for (unsigned i = 0; i < count; ++i) {
+            const std::string name = "n" + std::to_string(i);
+            backend().come(instancePointer(name));
+            if (known == Known::Whole) {
+                backend().come(service(name, {"hostb", "local"}, 8080));
+                backend().come(txtOf(name, "\3a=1"));
+            }
+        }
+        settle(m_browse);
+        for (unsigned i = 0; i < count; ++i)
+            resolves.push_back(
+                std::make_unique<Resolve>(("n" + std::to_string(i)).c_str(), "_demo._tcp", "local", Lan1));
+        return resolves;
+    }
+
+    static std::vector<Handle*> handles(const Resolves& resolves)
+    {
+        std::vector<Handle*> all;
+        for (const auto& resolve : resolves)
+            all.push_back(resolve.get());
+        return all;
+    }
+
+private:
+    Browse m_browse{"_demo._tcp", Lan1};
 };
 
 using Sharing = Arrangement;
@@ -257,6 +299,52 @@ TEST_F(Glancing, InstanceThatIsGoneIsNotSeenAnyMore)
     Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
     settle(resolve);
     EXPECT_EQ(glances(), 0U);
+}
+
+/* ---- Fifty glances at a time ---- */
+
+TEST_F(Rush, WhoIsAnsweredMakesRoomForTheNext)
+{
+    const auto resolves = resolveMany(120, Known::Whole);
+    const auto isAnswered = [](const auto& resolve) { return resolve->replies.size() == 1; };
+    EXPECT_TRUE(waitUntil(handles(resolves),
+                          [&] { return std::all_of(resolves.begin(), resolves.end(), isAnswered); }));
+    EXPECT_EQ(glances(), 120U);
+    EXPECT_TRUE(asked(kDNSServiceType_SRV).empty());
+}
+
+TEST_F(Rush, OthersWaitForTheirTurn)
+{
+    auto resolves = resolveMany(120, Known::Name);
+    ASSERT_TRUE(waitUntil({}, [] { return glances() == 50; }));
+    backend();
+    EXPECT_EQ(glances(), 50U);
+
+    resolves.erase(resolves.begin() + 60, resolves.begin() + 70); // they had no turn yet
+    backend();
+    EXPECT_EQ(glances(), 50U);
+    resolves.erase(resolves.begin(), resolves.begin() + 5);
+    ASSERT_TRUE(waitUntil({}, [] { return glances() == 55; }));
+    backend();
+    EXPECT_EQ(glances(), 55U);
+}
+
+TEST_F(Rush, WhoHasNoAnswerIsNotWaitedFor)
+{
+    const auto resolves = resolveMany(120, Known::Name);
+    letTimePass();
+    EXPECT_TRUE(waitUntil({}, [] { return glances() == 120; }));
+    EXPECT_TRUE(isAskedInTime(kDNSServiceType_SRV, 120));
+}
+
+TEST_F(Rush, InstancesThatGoMeanwhileAreAskedForWhenTheirTurnComes)
+{
+    const auto resolves = resolveMany(60, Known::Name);
+    ASSERT_TRUE(waitUntil({}, [] { return glances() == 50; }));
+    backend().go(instancePointer("n59"));
+    letTimePass();
+    EXPECT_TRUE(isAskedInTime(kDNSServiceType_SRV, 60));
+    EXPECT_EQ(glances(), 59U);
 }
 
 /* ---- One transport is enough for an instance ---- */

@@ -16,9 +16,10 @@ namespace vesk::dnssd {
  * answer, and lingers a moment for the next. An instance that is browsed is asked for on the interface and
  * over the one transport it is seen over. To resolve it takes one service resolver, released with its answer:
  * the daemon holds a new question back for a tenth of a second and drops it when nobody is left to know, so
- * that what is in its cache causes no traffic. That answer is also the first one to a query for the TXT
- * record, which most callers ask for next; the record browsers that watch for changes are made afterwards,
- * bit by bit, and tell what has changed in between.
+ * that what is in its cache causes no traffic. Only so many instances are resolved at a time: with a thousand
+ * resolvers at once the daemon needs longer than that tenth of a second, and asks for all of them. That
+ * answer is also the first one to a query for the TXT record, which most callers ask for next; the record
+ * browsers that watch for changes are made afterwards, bit by bit, and tell what has changed in between.
  */
 class Engine final : private Backend::StateListener
 {

@@ -18,7 +18,7 @@ constexpr auto LingerTime = 1s;
 /// by bit: its work grows faster than the number of questions that it has to put on the network at the same
 /// time.
 constexpr auto WatchDelay = 250ms;
-constexpr auto LongestWatchDelay = 1s;
+constexpr auto LongestWatchDelay = 4s;
 constexpr auto WatchInterval = 20ms;
 constexpr unsigned WatchesAtOnce = 20;
 
@@ -44,7 +44,8 @@ Questions::Seat::~Seat()
 }
 
 Questions::Questions(Loop& loop)
-    : m_toAsk(loop, [this](const std::string& key) { askAgain(key); })
+    : m_glances(loop)
+    , m_toAsk(loop, [this](const std::string& key) { askAgain(key); })
     , m_toEnd(loop, [this](const std::string& key) { end(key); })
     , m_watcher(loop, [this] { watchSome(); })
     , m_confirmation(loop, [this] { forgetUnconfirmed(); })
@@ -82,14 +83,20 @@ std::unique_ptr<Questions::Seat> Questions::ask(const Query& query, AnswerListen
     return seat;
 }
 
-std::unique_ptr<Backend::Asking> Questions::glance(const Labels& instance, uint32_t interface,
-                                                   Backend::Glancer& glancer)
+bool Questions::canGlance(const Labels& instance, uint32_t interface) const
 {
     const Sightings::Sighting* sighting = m_sightings.find(instance, interface);
     // The daemon would echo another spelling than the instance's own.
-    if (!sighting || sighting->name != instance || m_backend->state() == Backend::State::Absent)
+    return sighting && sighting->name == instance && m_backend->state() != Backend::State::Absent;
+}
+
+std::unique_ptr<Backend::Asking> Questions::glance(const Labels& instance, uint32_t interface,
+                                                   Backend::Glancer& glancer)
+{
+    if (!canGlance(instance, interface))
         return nullptr;
-    return m_backend->glance(instance, interface, sighting->transport(), glancer);
+    return m_backend->glance(instance, interface, m_sightings.find(instance, interface)->transport(),
+                             glancer);
 }
 
 void Questions::suggest(const Record& answer)

@@ -6,6 +6,7 @@
 #include "Chores.h"
 #include "Loop.h"
 #include "Sightings.h"
+#include "Turns.h"
 
 #include <deque>
 #include <memory>
@@ -62,8 +63,12 @@ public:
     /// Answers that are known already are told during the call.
     std::unique_ptr<Seat> ask(const Query& query, AnswerListener& listener);
 
-    /// Has a single look at an instance that is seen by browsing. Nothing if it is not: then it has to be
-    /// asked for.
+    /// Whether an instance is seen by browsing; what is not has to be asked for.
+    bool canGlance(const Labels& instance, uint32_t interface) const;
+    /// Whoever glances waits for a turn. What the daemon has in its cache is told before it asks the network
+    /// for it, unless it has too many at a time to look for.
+    Turns& glances() { return m_glances; }
+    /// Has a single look at an instance; nothing if that cannot be.
     std::unique_ptr<Backend::Asking> glance(const Labels& instance, uint32_t interface,
                                             Backend::Glancer& glancer);
 
@@ -92,6 +97,7 @@ private:
     Backend* m_backend = nullptr;
     Sightings m_sightings; // before the questions: they leave it when they die
     std::unordered_map<std::string, std::unique_ptr<Question>> m_questions;
+    Turns m_glances;
     Chores<std::string> m_toAsk;
     Chores<std::string> m_toEnd;
     std::deque<std::string>

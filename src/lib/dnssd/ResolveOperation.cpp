@@ -33,17 +33,25 @@ void ResolveOperation::start(const Rooms& rooms)
 {
     m_loop = &rooms.loop;
     m_questions = &rooms.questions;
-    m_glance = m_questions->glance(m_name, m_scope.interface, *this);
-    if (!m_glance) {
-        watch();
-        return;
-    }
     m_watchTimer.emplace(rooms.loop, [this] { watch(); });
-    m_watchTimer->start(Patience);
+    if (m_questions->canGlance(m_name, m_scope.interface))
+        m_turn = m_questions->glances().wait([this] { glance(); });
+    else
+        watch();
+}
+
+void ResolveOperation::glance()
+{
+    m_glance = m_questions->glance(m_name, m_scope.interface, *this);
+    if (m_glance)
+        m_watchTimer->start(Patience);
+    else
+        watch();
 }
 
 void ResolveOperation::glimpsed(const Glimpse& glimpse)
 {
+    m_turn.reset();
     m_questions->suggest({m_name, kDNSServiceType_TXT, kDNSServiceClass_IN, m_scope.interface, glimpse.txt});
     report(m_scope.interface, m_name, {htons(glimpse.port), glimpse.host}, glimpse.txt);
     m_watchTimer->start(WatchDelay);
@@ -51,6 +59,7 @@ void ResolveOperation::glimpsed(const Glimpse& glimpse)
 
 void ResolveOperation::watch()
 {
+    m_turn.reset();
     m_glance.reset();
     const auto ask = [&](uint16_t type) {
         return m_questions->ask({m_name, type, kDNSServiceClass_IN, m_scope.interface, {}}, *this);

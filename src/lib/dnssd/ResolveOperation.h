@@ -39,6 +39,7 @@ private:
     void answered(const Record& record, bool present, bool cached) override;
     void refused() override;
     void glimpsed(const Glimpse& glimpse) override;
+    void glance();
     void watch();
     void reportLater(uint32_t interface);
     void reportRecords(uint32_t interface);
@@ -53,6 +54,7 @@ private:
     std::shared_ptr<char> m_alive = std::make_shared<char>();
     Loop* m_loop = nullptr;
     Questions* m_questions = nullptr;
+    std::unique_ptr<Turns::Turn> m_turn;
     std::unique_ptr<Backend::Asking> m_glance;
     std::optional<Timer> m_watchTimer;
     std::unique_ptr<Questions::Seat> m_serviceSeat;
