@@ -317,15 +317,15 @@ TEST_F(Rush, OthersWaitForTheirTurn)
 {
     auto resolves = resolveMany(120, Known::Name);
     ASSERT_TRUE(waitUntil({}, [] { return glances() == 50; }));
-    backend();
+    backend().settle();
     EXPECT_EQ(glances(), 50U);
 
     resolves.erase(resolves.begin() + 60, resolves.begin() + 70); // they had no turn yet
-    backend();
+    backend().settle();
     EXPECT_EQ(glances(), 50U);
     resolves.erase(resolves.begin(), resolves.begin() + 5);
     ASSERT_TRUE(waitUntil({}, [] { return glances() == 55; }));
-    backend();
+    backend().settle();
     EXPECT_EQ(glances(), 55U);
 }
 

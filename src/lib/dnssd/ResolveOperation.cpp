@@ -33,7 +33,6 @@ void ResolveOperation::start(const Rooms& rooms)
 {
     m_loop = &rooms.loop;
     m_questions = &rooms.questions;
-    m_watchTimer.emplace(rooms.loop, [this] { watch(); });
     if (m_questions->canGlance(m_name, m_scope.interface))
         m_turn = m_questions->glances().wait([this] { glance(); });
     else
@@ -43,10 +42,12 @@ void ResolveOperation::start(const Rooms& rooms)
 void ResolveOperation::glance()
 {
     m_glance = m_questions->glance(m_name, m_scope.interface, *this);
-    if (m_glance)
-        m_watchTimer->start(Patience);
-    else
+    if (!m_glance) {
         watch();
+        return;
+    }
+    m_watchTimer.emplace(*m_loop, [this] { watch(); });
+    m_watchTimer->start(Patience);
 }
 
 void ResolveOperation::glimpsed(const Glimpse& glimpse)
