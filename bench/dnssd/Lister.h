@@ -49,6 +49,9 @@ void timeStartCalls(const std::string& library);
 /// Publishes services until standard input is closed; says "ready" when all are there.
 int publish(unsigned instances);
 
+/// Browses until standard input is closed; says "ready" when that many instances are there.
+int browse(unsigned instances);
+
 } // namespace bench
 
 #endif

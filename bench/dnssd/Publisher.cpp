@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "Companion.h"
 #include "Lister.h"
-#include "Poll.h"
 
 #include <avahi-client/publish.h>
 #include <avahi-common/strlst.h>
-#include <poll.h>
 
 #include <cstdio>
 #include <vector>
@@ -43,29 +42,19 @@ struct Offers
     }
 };
 
-bool inputIsClosed()
-{
-    pollfd input{0, POLLIN, 0};
-    return ::poll(&input, 1, 0) != 0;
-}
-
 } // namespace
 
 int publish(unsigned instances)
 {
     Offers offers;
     unsigned groups = 0;
-    const auto never = std::chrono::steady_clock::time_point::max();
     for (unsigned i = 0; i < instances; i += ServicesPerGroup) {
         offers.publishSome(i, std::min(i + ServicesPerGroup, instances));
         ++groups;
         // A few at a time, or the daemon is busy with probes that overtake each other.
-        offers.poll.runUntil(never, [&] { return offers.established + 16 >= groups || inputIsClosed(); });
+        offers.poll.runUntil(Never, [&] { return offers.established + 16 >= groups || inputIsClosed(); });
     }
-    offers.poll.runUntil(never, [&] { return offers.established == groups || inputIsClosed(); });
-    std::puts("ready");
-    std::fflush(stdout);
-    offers.poll.runUntil(never, inputIsClosed);
+    stay(offers.poll, [&] { return offers.established == groups; });
     return 0;
 }
 

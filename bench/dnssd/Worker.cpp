@@ -2,12 +2,14 @@
 #include "Worker.h"
 
 #include "Lister.h"
+#include "Quiet.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -18,8 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The daemon drops what the last process has left behind within this time, and is quiet again.
-constexpr auto Pause = 2500ms;
 constexpr auto Limit = 30s;
 
 Outcome list(const std::string& way, unsigned instances)
@@ -38,16 +38,20 @@ constexpr int WriteEnd = 1;
 
 } // namespace
 
-Result run(const std::string& program, const std::string& way, unsigned instances)
+std::optional<Result> run(const std::string& program, const std::string& way, unsigned instances)
 {
-    usleep(std::chrono::duration_cast<std::chrono::microseconds>(Pause).count());
+    const auto begin = std::chrono::steady_clock::now();
     const std::string command =
         "AVAHI_COMPAT_NOWARN=1 " + program + " work " + way + ' ' + std::to_string(instances);
     const std::unique_ptr<FILE, decltype(&pclose)> output(popen(command.c_str(), "r"), pclose);
     Result result;
     if (!output || std::fscanf(output.get(), "%u %lf %u %u %lu", &result.complete, &result.milliseconds,
-                               &result.threads, &result.sockets, &result.kilobytes) != 5)
+                               &result.threads, &result.sockets, &result.kilobytes) != 5) {
         std::fprintf(stderr, "bench-dnssd: '%s' could not run; left out\n", way.c_str());
+        return std::nullopt;
+    }
+    waitUntilQuiet();
+    waitUntilForgotten(begin);
     return result;
 }
 
@@ -60,8 +64,9 @@ int work(const std::string& way, unsigned instances)
     _exit(0); // thousands of objects left to the system
 }
 
-Publisher::Publisher(const std::string& program, unsigned instances)
+Companion::Companion(const std::string& program, const char* host, const char* task, unsigned instances)
 {
+    waitUntilQuiet();
     int input[2];
     int output[2];
     if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0)
@@ -71,28 +76,29 @@ Publisher::Publisher(const std::string& program, unsigned instances)
     if (m_process == 0) {
         dup2(input[ReadEnd], STDIN_FILENO);
         dup2(output[WriteEnd], STDOUT_FILENO);
-        execlp("lab-on", "lab-on", "2", program.c_str(), "publish", std::to_string(instances).c_str(),
-               nullptr);
+        execlp("lab-on", "lab-on", host, program.c_str(), task, std::to_string(instances).c_str(), nullptr);
         _exit(127);
     }
     close(input[ReadEnd]);
     close(output[WriteEnd]);
     pollfd ready{output[ReadEnd], POLLIN, 0};
     char first = 0;
-    const bool published = poll(&ready, 1, 180000) == 1 && read(output[ReadEnd], &first, 1) == 1;
+    const bool isReady = poll(&ready, 1, 180000) == 1 && read(output[ReadEnd], &first, 1) == 1;
     close(output[ReadEnd]);
-    if (!published) {
+    if (!isReady) {
         end();
-        throw std::runtime_error("the second host does not publish; run this as './run bench dnssd'");
+        throw std::runtime_error(std::string("'") + task + "' does not work on host " + host +
+                                 "; run this as './run bench dnssd'");
     }
+    waitUntilQuiet();
 }
 
-Publisher::~Publisher()
+Companion::~Companion()
 {
     end();
 }
 
-void Publisher::end() const
+void Companion::end() const
 {
     close(m_input);
     waitpid(m_process, nullptr, 0);

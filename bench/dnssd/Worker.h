@@ -2,7 +2,7 @@
 #ifndef VESK_BENCH_WORKER_H
 #define VESK_BENCH_WORKER_H
 
-#include <cstdio>
+#include <optional>
 #include <string>
 
 namespace bench {
@@ -16,21 +16,23 @@ struct Result
     unsigned long kilobytes = 0; ///< resident at the end
 };
 
-/// Lists in a process of its own, on this host.
-Result run(const std::string& program, const std::string& way, unsigned instances);
+/// Lists in a process of its own, on this host, and waits until the daemons are as before. Null, and
+/// a message, when that process fails.
+std::optional<Result> run(const std::string& program, const std::string& way, unsigned instances);
 
 /// What that process does: lists and prints the result on one line.
 int work(const std::string& way, unsigned instances);
 
-/// Services published by the lab's second host, as long as the object lives.
-class Publisher
+/// A process on one of the lab's hosts that does its task as long as the object lives.
+class Companion
 {
 public:
-    /// Returns when all are published. Throws std::runtime_error.
-    Publisher(const std::string& program, unsigned instances);
-    ~Publisher();
-    Publisher(const Publisher&) = delete;
-    Publisher& operator=(const Publisher&) = delete;
+    /// `task` is "publish" or "browse". Returns when that is done and the daemons are at rest. Throws
+    /// std::runtime_error.
+    Companion(const std::string& program, const char* host, const char* task, unsigned instances);
+    ~Companion();
+    Companion(const Companion&) = delete;
+    Companion& operator=(const Companion&) = delete;
 
 private:
     void end() const;

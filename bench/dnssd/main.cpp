@@ -2,7 +2,8 @@
 //
 // Lists many instances in every way there is, beside each other in one run. For the lab, with two hosts: the
 // second publishes, the first lists. Each way is a process of its own, so that none profits from another.
-// Then shows what a thousand watched services hold, and how long the calls take that start an operation.
+// Without a number of instances, also shows what a thousand watched services hold, and how long the calls
+// take that start an operation.
 #include "Lister.h"
 #include "Worker.h"
 
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,24 +21,26 @@ using namespace bench;
 
 namespace {
 
-constexpr int Rounds = 3;
+constexpr std::size_t Rounds = 5;
+constexpr unsigned Crowd = 500;
 constexpr unsigned WatchedServices = 1000;
 
 struct Contestant
 {
     const char* way;
     const char* text;
-    bool isPeer;   ///< one that ours is measured by
-    unsigned most; ///< instances; beyond these it is known to stand still
 };
 
-const Contestant Contestants[] = {
-    {"ours", "this library", false, 5000},
-    {"keep", "libavahi-client, resolvers kept", true, 5000},
-    {"release", "libavahi-client, resolvers released", true, 5000},
-    {"records", "libavahi-client, records kept", true, 5000},
-    {"compat", "packaged compatibility library", false, 500},
+const Contestant Ours{"ours", "this library"};
+const Contestant BarePrograms[] = {
+    {"keep", "libavahi-client, resolvers kept"},
+    {"release", "libavahi-client, resolvers released"},
+    {"records", "libavahi-client, records kept"},
 };
+
+/// Has a connection of its own for every operation, and stands still when the daemon takes no more.
+const Contestant Compatibility{"compat", "packaged compatibility library"};
+constexpr unsigned MostForCompatibility = 500;
 
 /// What one contestant has reached in all rounds.
 struct Score
@@ -68,57 +72,84 @@ void warmCache(const std::string& program, unsigned instances)
     run(program, "records", instances);
 }
 
-/// Round by round, so that what disturbs the machine for a while disturbs all.
+/// Round by round, so that what disturbs the machine for a while disturbs all; each round begins with another
+/// one, so that nobody always comes after the same.
+void playRounds(const std::string& program, unsigned instances, std::vector<Score>& scores)
+{
+    for (std::size_t round = 0; round < Rounds; ++round) {
+        warmCache(program, instances);
+        for (std::size_t i = 0; i < scores.size(); ++i) {
+            Score& score = scores[(round + i) % scores.size()];
+            if (score.leastComplete < instances)
+                continue; // once is enough to stand still
+            if (const auto result = run(program, score.contestant->way, instances))
+                score.add(*result);
+        }
+    }
+}
+
+/// Ours first, then the bare programs, then the compatibility library if it takes part: it plays alone at the
+/// end, as its hundreds of connections keep the daemon busy when they die.
 std::vector<Score> compete(const std::string& program, unsigned instances)
 {
-    std::vector<Score> scores;
-    for (const Contestant& contestant : Contestants) {
-        if (instances <= contestant.most)
-            scores.emplace_back(contestant);
-    }
-    for (int round = 0; round < Rounds; ++round) {
-        for (Score& score : scores) {
-            if (round > 0 && score.leastComplete < instances)
-                continue; // once is enough to stand still
-            warmCache(program, instances);
-            score.add(run(program, score.contestant->way, instances));
-        }
+    std::vector<Score> scores{Score(Ours)};
+    for (const Contestant& contestant : BarePrograms)
+        scores.emplace_back(contestant);
+    playRounds(program, instances, scores);
+    if (instances <= MostForCompatibility) {
+        std::vector<Score> alone{Score(Compatibility)};
+        playRounds(program, instances, alone);
+        scores.push_back(alone.front());
     }
     return scores;
 }
 
-/// Zero when no peer was ever complete.
-double bestPeer(const std::vector<Score>& scores, unsigned instances)
+/// The median of the fastest bare program that was complete every time; zero when none was.
+double bestBareProgram(const std::vector<Score>& scores, unsigned instances)
 {
     double best = 0;
-    for (const Score& score : scores) {
-        if (score.contestant->isPeer && score.leastComplete == instances &&
-            (best == 0 || score.median() < best))
-            best = score.median();
+    for (std::size_t i = 1; i <= std::size(BarePrograms); ++i) {
+        if (scores[i].leastComplete == instances && (best == 0 || scores[i].median() < best))
+            best = scores[i].median();
     }
     return best;
 }
 
 /// Whether ours was complete every time.
-bool compare(const std::string& program, unsigned instances)
+bool compare(const std::string& program, unsigned instances, const char* circumstances)
 {
-    const Publisher publisher(program, instances);
     const std::vector<Score> scores = compete(program, instances);
-    const double best = bestPeer(scores, instances);
-    std::printf("\n%u instances, median of %d rounds\n%-38s %9s %9s %8s %8s %8s %8s %8s\n", instances, Rounds,
-                "", "complete", "ms", "ratio", "longest", "threads", "sockets", "MB");
-    for (const Score& score : scores)
-        std::printf("%-38s %9u %9.1f %8.2f %8.1f %8u %8u %8.1f\n", score.contestant->text,
+    const double best = bestBareProgram(scores, instances);
+    std::printf("\n%u instances, %s, median of %zu rounds\n%-38s %9s %9s %8s %9s %9s %8s %8s %8s\n",
+                instances, circumstances, Rounds, "", "complete", "ms", "ratio", "shortest", "longest",
+                "threads", "sockets", "MB");
+    for (const Score& score : scores) {
+        if (score.times.empty())
+            continue;
+        std::printf("%-38s %9u %9.1f %8.2f %9.1f %9.1f %8u %8u %8.1f\n", score.contestant->text,
                     score.leastComplete, score.median(), best > 0 ? score.median() / best : 0,
-                    score.times.back(), score.last.threads, score.last.sockets,
+                    score.times.front(), score.times.back(), score.last.threads, score.last.sockets,
                     static_cast<double>(score.last.kilobytes) / 1024);
+    }
     std::fflush(stdout);
     return scores.front().leastComplete == instances;
 }
 
-/// What the watched services of one process cost, and what is left of it when they are released.
-void hold()
+/// The first process to browse a type has the daemon ask the network for it, a tenth of a second later, with
+/// all that it knows and over every transport. That keeps the daemon busy, and whoever is not done by then
+/// waits; so the larger crowds are listed both by a first process and by a second one.
+bool compareAll(const std::string& program, unsigned instances)
 {
+    const Companion publisher(program, "hostb", "publish", instances);
+    const bool complete = instances < Crowd || compare(program, instances, "nobody else browses");
+    const Companion browser(program, "hosta", "browse", instances);
+    return compare(program, instances, "another process browses, too") && complete;
+}
+
+/// What the watched services of one process cost, and what is left of it when they are released.
+void hold(const std::string& program)
+{
+    const Companion publisher(program, "hostb", "publish", WatchedServices);
     std::printf("\n%u services listed and watched by one process\n%-38s %8s %8s %12s %8s %8s\n",
                 WatchedServices, "", "threads", "sockets", "descriptors", "MB", "heap MB");
     for (const Stage& stage : holdAndRelease(VESK_DNSSD_LIBRARY, WatchedServices, std::chrono::seconds(30)))
@@ -131,8 +162,8 @@ void hold()
 
 int usage()
 {
-    std::fputs("Usage: bench-dnssd [INSTANCES...]   as './run bench dnssd [INSTANCES...]'; 1 10 100 500 1000 "
-               "2000 if left out\n",
+    std::fputs("Usage: bench-dnssd [INSTANCES...]   as './run bench dnssd [INSTANCES...]'; without a number, "
+               "everything there is to measure\n",
                stderr);
     return 2;
 }
@@ -144,6 +175,8 @@ try {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (arguments.size() == 2 && arguments[0] == "publish")
         return publish(static_cast<unsigned>(std::stoul(arguments[1])));
+    if (arguments.size() == 2 && arguments[0] == "browse")
+        return browse(static_cast<unsigned>(std::stoul(arguments[1])));
     if (arguments.size() == 3 && arguments[0] == "work")
         return work(arguments[1], static_cast<unsigned>(std::stoul(arguments[2])));
 
@@ -155,16 +188,16 @@ try {
             return usage();
         sizes.push_back(static_cast<unsigned>(size));
     }
-    if (sizes.empty())
+    const bool everything = sizes.empty();
+    if (everything)
         sizes = {1, 10, 100, 500, 1000, 2000};
     bool complete = true;
     for (const unsigned size : sizes)
-        complete = compare(argv[0], size) && complete;
-    {
-        const Publisher publisher(argv[0], WatchedServices);
-        hold();
+        complete = compareAll(argv[0], size) && complete;
+    if (everything) {
+        hold(argv[0]);
+        timeStartCalls(VESK_DNSSD_LIBRARY);
     }
-    timeStartCalls(VESK_DNSSD_LIBRARY);
     return complete ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "bench-dnssd: %s\n", error.what());
