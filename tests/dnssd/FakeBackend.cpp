@@ -45,6 +45,7 @@ public:
         if (answers(record, transport, m_query))
             m_asker.answered(record, transport, present, cached);
     }
+    void exhaust() { m_asker.exhausted(); }
 
 private:
     FakeBackend& m_backend;
@@ -145,6 +146,7 @@ void FakeBackend::reset()
         holdTimers(false);
         m_published.clear();
         m_isRefusing = false;
+        m_isNeverExhausted = false;
         m_takenHere.clear();
         m_takenElsewhere.clear();
     });
@@ -158,9 +160,10 @@ void FakeBackend::settle()
 
 void FakeBackend::inspect(const std::function<void()>& look)
 {
-    // What runs may post more, and that once more: a question, its answers, what is made of them.
+    // What runs may post more, and that once more: a look, what it shows, a question, its answers, what is
+    // made of them.
     const std::function<void()> nothing = [] {};
-    for (const auto& step : {nothing, nothing, look}) {
+    for (const auto& step : {nothing, nothing, nothing, nothing, look}) {
         std::promise<void> done;
         m_loop.post([&] {
             step();
@@ -190,6 +193,8 @@ std::unique_ptr<Backend::Asking> FakeBackend::ask(const Query& query, Asker& ask
             return;
         for (const Known& known : m_known)
             question->hear(known.record, known.transport, true, true);
+        if (!m_isNeverExhausted)
+            question->exhaust();
     });
     return asking;
 }

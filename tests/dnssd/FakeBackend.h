@@ -49,6 +49,8 @@ public:
     /// Is in that state without telling so.
     void assume(State state) { m_state = state; }
     void setRefusing(bool refusing) { m_isRefusing = refusing; }
+    /// Does not say when all that it knew has been told.
+    void setNeverExhausted(bool never) { m_isNeverExhausted = never; }
     /// Names that somebody on this host, or on another one, has.
     void takeHere(std::set<std::string> names) { m_takenHere = std::move(names); }
     void takeElsewhere(std::set<std::string> names) { m_takenElsewhere = std::move(names); }
@@ -79,6 +81,7 @@ private:
     std::atomic<State> m_state{State::Absent};
     std::atomic<bool> m_isReachable{true};
     bool m_isRefusing = false;
+    bool m_isNeverExhausted = false;
     std::set<std::string> m_takenHere;
     std::set<std::string> m_takenElsewhere;
     std::vector<Known> m_known;

@@ -31,13 +31,17 @@ protected:
         backend().inspect([] { FakeBackend::instance().holdTimers(false); });
     }
 
+    /// A look at what is known comes first, over one transport.
+    static bool isLook(const Query& query) { return query.type == kDNSServiceType_PTR && query.transport; }
+
+    /// Without the looks.
     static std::vector<Query> asked(uint16_t type)
     {
         std::vector<Query> result;
         backend().inspect([&] {
             const auto& all = FakeBackend::instance().asked();
             std::copy_if(all.begin(), all.end(), std::back_inserter(result),
-                         [&](const Query& query) { return query.type == type; });
+                         [&](const Query& query) { return query.type == type && !isLook(query); });
         });
         return result;
     }
@@ -102,6 +106,7 @@ protected:
     Resolves resolveMany(unsigned count, Known known)
     {
         Resolves resolves;
+        settle(m_browse);
         for (unsigned i = 0; i < count; ++i) {
             const std::string name = "n" + std::to_string(i);
             backend().come(instancePointer(name));
@@ -129,6 +134,36 @@ private:
     Browse m_browse{"_demo._tcp", Lan1};
 };
 
+/// More instances are known than the daemon asks the network about in a moment. Each test has a type of its
+/// own: what is known of a crowd lingers.
+class Crowd : public Arrangement
+{
+protected:
+    static constexpr unsigned Size = 100;
+
+    Crowd()
+    {
+        for (unsigned i = 0; i < Size; ++i)
+            backend().come(member(i), Transport::IPv4);
+    }
+
+    Record member(unsigned number) const
+    {
+        return pointer(m_type, Labels{"n" + std::to_string(number)} + m_type);
+    }
+    std::string type() const { return m_type[0] + "._tcp"; }
+
+private:
+    static unsigned nextType()
+    {
+        static unsigned next = 0;
+        return next++;
+    }
+
+    Labels m_type{"_crowd" + std::to_string(nextType()), "_tcp", "local"};
+};
+
+using Looking = Arrangement;
 using Sharing = Arrangement;
 using Glancing = Arrangement;
 using OneTransport = Arrangement;
@@ -179,6 +214,110 @@ TEST_F(Sharing, ReleasedQuestionsAreGivenBack)
     }
     letTimePass();
     EXPECT_TRUE(waitUntil({}, [] { return questionsNow() == 0; }));
+}
+
+/* ---- Before a type is asked for, what is known of it is looked at ---- */
+
+TEST_F(Looking, FewInstancesAreAskedForAtOnceOverEveryTransport)
+{
+    comeKitchen("\3a=1");
+    backend().come(instancePointer("Cellar"), Transport::IPv6);
+    Browse browse("_demo._tcp");
+    settle(browse);
+    EXPECT_EQ(asked(kDNSServiceType_PTR).size(), 1U);
+    EXPECT_EQ(questionsNow(), 1U) << "the look is over";
+    EXPECT_EQ(browse.count("Kitchen", true), 1U);
+    EXPECT_EQ(browse.count("Cellar", true), 1U);
+}
+
+TEST_F(Looking, NobodyResolvesUntilItHasEnded)
+{
+    comeKitchen("\3a=1");
+    Browse browse("_demo._tcp");
+    settle(browse);
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse other("_other._tcp");
+    Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
+    settle(resolve);
+    EXPECT_EQ(glances(), 0U);
+
+    letTimePass();
+    ASSERT_TRUE(waitUntil({&resolve}, [&] { return resolve.replies.size() == 1; }));
+    EXPECT_EQ(glances(), 1U);
+}
+
+TEST_F(Looking, EndsWhenTheDaemonTakesTooLong)
+{
+    comeKitchen("\3a=1");
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse browse("_demo._tcp");
+    settle(browse);
+    EXPECT_TRUE(browse.events.empty());
+    EXPECT_TRUE(asked(kDNSServiceType_PTR).empty());
+
+    letTimePass();
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.has("Kitchen"); }));
+    EXPECT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+}
+
+TEST_F(Crowd, IsToldBeforeTheNetworkIsAsked)
+{
+    Browse browse(type().c_str());
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), Size);
+    EXPECT_TRUE(asked(kDNSServiceType_PTR).empty());
+    EXPECT_EQ(questionsNow(), 0U);
+
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), Size) << "nobody is told twice";
+}
+
+TEST_F(Crowd, WhoIsSeenOtherwiseIsToldWhenTheNetworkIsAsked)
+{
+    Browse browse(type().c_str());
+    settle(browse);
+    backend().come(member(Size), Transport::IPv6);
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), Size);
+
+    letTimePass();
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.events.size() == Size + 1; }));
+}
+
+TEST_F(Crowd, WhoHasGoneBeforeTheNetworkIsAskedIsTakenBack)
+{
+    Browse browse(type().c_str());
+    settle(browse);
+    backend().go(member(0), Transport::IPv4); // nobody listens yet
+    letTimePass();
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.count("n0", false) == 1; }));
+    EXPECT_EQ(browse.events.size(), Size + 1) << "and nobody else";
+}
+
+TEST_F(Crowd, WhoIsLeftOnTheOtherTransportGoesWithThat)
+{
+    Browse browse(type().c_str());
+    settle(browse);
+    backend().go(member(0), Transport::IPv4); // nobody listens yet
+    backend().come(member(0), Transport::IPv6);
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), Size);
+
+    backend().go(member(0), Transport::IPv6);
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.count("n0", false) == 1; }));
+}
+
+TEST_F(Crowd, GoesAtOnceWhenTheNetworkHasBeenAsked)
+{
+    Browse browse(type().c_str());
+    settle(browse);
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    backend().inspect([] { FakeBackend::instance().holdTimers(true); });
+    backend().go(member(0), Transport::IPv4);
+    settle(browse);
+    EXPECT_EQ(browse.count("n0", false), 1U);
 }
 
 /* ---- Instances that are browsed need but a glance ---- */

@@ -25,6 +25,9 @@ void AvahiAsking::answered(AvahiRecordBrowser*, AvahiIfIndex interface, AvahiPro
                            AvahiBrowserEvent event, const char* name, uint16_t recordClass, uint16_t type,
                            const void* data, size_t size, AvahiLookupResultFlags flags, void* self)
 {
+    Backend::Asker& asker = static_cast<AvahiAsking*>(self)->m_asker;
+    if (event == AVAHI_BROWSER_CACHE_EXHAUSTED)
+        asker.exhausted();
     if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE)
         return;
     auto labels = parseName(name);
@@ -33,8 +36,7 @@ void AvahiAsking::answered(AvahiRecordBrowser*, AvahiIfIndex interface, AvahiPro
     const Record record{std::move(*labels), type, recordClass, static_cast<uint32_t>(interface),
                         std::string(static_cast<const char*>(data), size)};
     const Transport transport = protocol == AVAHI_PROTO_INET6 ? Transport::IPv6 : Transport::IPv4;
-    static_cast<AvahiAsking*>(self)->m_asker.answered(record, transport, event == AVAHI_BROWSER_NEW,
-                                                      (flags & AVAHI_LOOKUP_RESULT_CACHED) != 0);
+    asker.answered(record, transport, event == AVAHI_BROWSER_NEW, (flags & AVAHI_LOOKUP_RESULT_CACHED) != 0);
 }
 
 } // namespace vesk::dnssd

@@ -89,6 +89,8 @@ public:
         /// A record is there, or gone, as heard over one transport. `cached`: it was known before it was
         /// asked for.
         virtual void answered(const Record& record, Transport transport, bool present, bool cached) = 0;
+        /// All that was known before it was asked for has been told, be it nothing.
+        virtual void exhausted() = 0;
 
     protected:
         ~Asker() = default;

@@ -20,6 +20,9 @@ namespace vesk::dnssd {
  * resolvers at once the daemon needs longer than that tenth of a second, and asks for all of them. That
  * answer is also the first one to a query for the TXT record, which most callers ask for next; the record
  * browsers that watch for changes are made afterwards, bit by bit, and tell what has changed in between.
+ * To browse begins with a look over one transport, for the same reason: when the daemon knows a hundred or
+ * more, the look is given up in time and the real question waits like those watching ones, because to ask for
+ * a crowd, with all that is known of it, and to read everybody's answer keeps the daemon busy for seconds.
  */
 class Engine final : private Backend::StateListener
 {

@@ -9,6 +9,12 @@ namespace vesk::dnssd {
 
 namespace {
 
+/// From so many on the daemon needs long to ask the network for those that it does not know yet.
+constexpr std::size_t Crowd = 100;
+
+constexpr unsigned AllTransports =
+    static_cast<unsigned>(Transport::IPv4) | static_cast<unsigned>(Transport::IPv6);
+
 std::string answerKey(const Record& record)
 {
     std::string key(reinterpret_cast<const char*>(&record.interface), sizeof record.interface);
@@ -26,6 +32,7 @@ Question::Question(Questions& questions, Query query)
 
 Question::~Question()
 {
+    m_listeners.clear();
     lose();
 }
 
@@ -53,9 +60,51 @@ void Question::leave(AnswerListener& listener)
     m_questions.lastOneLeft();
 }
 
+/// The daemon tells at once what it knows, and holds a new question back for a tenth of a second: time enough
+/// to hear all of it, over one transport, and to give the question up before it goes out. Nothing is told
+/// before that, as every listener that begins to resolve would take the daemon's time.
+void Question::lookOrAsk(Backend& backend)
+{
+    if (m_query.type != kDNSServiceType_PTR || !m_answers.empty()) {
+        ask(backend);
+        return;
+    }
+    m_query.transport = Transport::IPv4;
+    askBackend(backend);
+    if (m_asking)
+        m_look.emplace(m_questions.glances());
+}
+
+bool Question::isCrowded() const
+{
+    return m_answers.size() >= Crowd;
+}
+
+void Question::rest()
+{
+    m_asking.reset();
+    endLook();
+}
+
+void Question::endLook()
+{
+    if (!m_look)
+        return;
+    m_look.reset();
+    reconsiderAll(true);
+}
+
 void Question::ask(Backend& backend)
 {
+    endLook();
+    for (auto& entry : m_answers)
+        entry.second.doubtful = entry.second.transports;
     m_query.transport = m_questions.transportFor(m_query);
+    askBackend(backend);
+}
+
+void Question::askBackend(Backend& backend)
+{
     m_askedAt = Loop::Clock::now();
     m_asking = backend.ask(m_query, *this);
     if (m_asking || backend.state() == Backend::State::Absent)
@@ -72,7 +121,7 @@ void Question::suggest(const Record& record)
         if (entry.first != key)
             outdated.push_back(entry.first);
     }
-    if (m_answers.try_emplace(key, Answer{record, 0, true, m_arrivals++}).second) {
+    if (m_answers.try_emplace(key, Answer{record, 0, 0, true, m_arrivals++}).second) {
         ++m_answersFromLinks;
         tell(record, true, true);
     }
@@ -82,28 +131,26 @@ void Question::suggest(const Record& record)
 
 void Question::lose()
 {
-    m_asking.reset();
-    for (auto& entry : m_answers) {
-        Answer& answer = entry.second;
-        for (const Transport transport : {Transport::IPv4, Transport::IPv6}) {
-            if (answer.transports & static_cast<unsigned>(transport))
-                noteSighting(answer.record, transport, false);
-        }
-        answer.transports = 0;
-    }
+    rest();
+    for (auto& entry : m_answers)
+        unhear(entry.second, AllTransports);
 }
 
 bool Question::forgetUnconfirmed(Loop::Clock::time_point askedBefore)
 {
     std::vector<std::string> unconfirmed;
     for (const auto& entry : m_answers) {
-        if (entry.second.transports == 0)
+        if (entry.second.doubtful != 0 || entry.second.transports == 0)
             unconfirmed.push_back(entry.first);
     }
     if (!m_asking || m_askedAt > askedBefore)
         return m_asking && !unconfirmed.empty();
-    for (const std::string& key : unconfirmed)
-        remove(key);
+    for (const std::string& key : unconfirmed) {
+        Answer& answer = m_answers.at(key);
+        unhear(answer, answer.doubtful);
+        if (answer.transports == 0)
+            remove(key);
+    }
     return false;
 }
 
@@ -117,29 +164,33 @@ void Question::answered(const Record& record, Transport transport, bool present,
     const auto found = m_answers.find(key);
     if (found == m_answers.end())
         return;
-    const auto bit = static_cast<unsigned>(transport);
-    if (found->second.transports & bit)
-        noteSighting(record, transport, false);
-    found->second.transports &= ~bit;
+    unhear(found->second, static_cast<unsigned>(transport));
     if (found->second.transports == 0)
         remove(key);
 }
 
+void Question::exhausted()
+{
+    if (m_look)
+        m_questions.looked(m_query);
+}
+
 void Question::add(const std::string& key, const Record& record, Transport transport, bool cached)
 {
-    const auto [entry, isNew] = m_answers.try_emplace(key, Answer{record, 0, false, m_arrivals++});
+    const auto [entry, isNew] = m_answers.try_emplace(key, Answer{record, 0, 0, false, m_arrivals++});
     Answer& answer = entry->second;
     const auto bit = static_cast<unsigned>(transport);
     if (!(answer.transports & bit))
         noteSighting(record, transport, true);
     answer.transports |= bit;
+    answer.doubtful &= ~bit;
     if (!isNew)
         return;
     answer.told = isToBeTold(record);
     if (answer.told)
         tell(record, true, cached);
     if (!isLoopback(record) && ++m_answersFromLinks == 1)
-        reconsiderLoopback();
+        reconsiderAll(false);
 }
 
 void Question::remove(const std::string& key)
@@ -151,7 +202,17 @@ void Question::remove(const std::string& key)
         tell(answer.record, false, false);
     repeatSurvivor(answer);
     if (!isLoopback(answer.record) && --m_answersFromLinks == 0)
-        reconsiderLoopback();
+        reconsiderAll(false);
+}
+
+void Question::unhear(Answer& answer, unsigned transports)
+{
+    for (const Transport transport : {Transport::IPv4, Transport::IPv6}) {
+        if (answer.transports & transports & static_cast<unsigned>(transport))
+            noteSighting(answer.record, transport, false);
+    }
+    answer.transports &= ~transports;
+    answer.doubtful &= ~transports;
 }
 
 /// The daemon may tell a record before the outdated one that it has replaced. Who went by the last one told
@@ -192,10 +253,12 @@ bool Question::isLoopback(const Record& record) const
 /// What this host publishes is there on loopback too; that is news only where there is nothing else.
 bool Question::isToBeTold(const Record& record) const
 {
+    if (m_look)
+        return false;
     return !isLoopback(record) || (m_answersFromLinks == 0 && onlyLoopbackIsUp());
 }
 
-void Question::reconsiderLoopback()
+void Question::reconsiderAll(bool cached)
 {
     for (auto& entry : m_answers) {
         Answer& answer = entry.second;
@@ -203,7 +266,7 @@ void Question::reconsiderLoopback()
         if (answer.told == told)
             continue;
         answer.told = told;
-        tell(answer.record, told, false);
+        tell(answer.record, told, cached);
     }
 }
 

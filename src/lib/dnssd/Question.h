@@ -20,6 +20,14 @@ public:
     bool isIdle() const { return m_listeners.empty(); }
     bool isIdleSince(Loop::Clock::time_point time) const { return isIdle() && m_idleSince <= time; }
 
+    /// Has a look at what is known already, if it is a question that a crowd may answer, or asks.
+    void lookOrAsk(Backend& backend);
+    bool isLook() const { return m_look.has_value(); }
+    bool isLookSince(Loop::Clock::time_point time) const { return isLook() && m_askedAt <= time; }
+    bool isCrowded() const;
+    /// Asks no more; the answers are still good.
+    void rest();
+
     void ask(Backend& backend);
     bool isAsked() const { return m_asking != nullptr; }
 
@@ -41,23 +49,29 @@ private:
     {
         Record record;
         unsigned transports; ///< over which it was heard; none: to be confirmed
+        unsigned doubtful;   ///< those of them over which it was not repeated when it was asked again
         bool told;           ///< to the listeners
         unsigned order;      ///< of arrival
     };
 
     void answered(const Record& record, Transport transport, bool present, bool cached) override;
+    void exhausted() override;
+    void askBackend(Backend& backend);
+    void endLook();
     bool isToBeTold(const Record& record) const;
     bool isLoopback(const Record& record) const;
     void add(const std::string& key, const Record& record, Transport transport, bool cached);
     void remove(const std::string& key);
+    void unhear(Answer& answer, unsigned transports);
     void tell(const Record& record, bool present, bool cached) const;
-    void reconsiderLoopback();
+    void reconsiderAll(bool cached);
     void repeatSurvivor(const Answer& gone);
     void noteSighting(const Record& record, Transport transport, bool present);
 
     Questions& m_questions;
     Query m_query;
     std::unique_ptr<Backend::Asking> m_asking;
+    std::optional<Turns::Pause> m_look; ///< while it is only looked at what is known; nobody resolves then
     std::unordered_map<std::string, Answer> m_answers; ///< by interface and data
     std::vector<AnswerListener*> m_listeners;
     Loop::Clock::time_point m_idleSince = Loop::Clock::now();

@@ -14,6 +14,9 @@ using namespace std::chrono_literals;
 constexpr auto ConfirmationTime = 5s;
 constexpr auto LingerTime = 1s;
 
+/// How long a daemon may take to tell what it knows: as long as it holds the question back.
+constexpr auto LongestLook = 100ms;
+
 /// Questions that have an answer already wait until a rush of others is over, and then go to the daemon bit
 /// by bit: its work grows faster than the number of questions that it has to put on the network at the same
 /// time.
@@ -47,6 +50,8 @@ Questions::Questions(Loop& loop)
     : m_glances(loop)
     , m_toAsk(loop, [this](const std::string& key) { askAgain(key); })
     , m_toEnd(loop, [this](const std::string& key) { end(key); })
+    , m_lookedAt(loop, [this](const std::string& key) { endLook(key); })
+    , m_looking(loop, [this] { endLooks(); })
     , m_watcher(loop, [this] { watchSome(); })
     , m_confirmation(loop, [this] { forgetUnconfirmed(); })
     , m_sweeper(loop, [this] { sweep(); })
@@ -78,9 +83,50 @@ std::unique_ptr<Questions::Seat> Questions::ask(const Query& query, AnswerListen
     if (question.isSuggested()) {
         watchLater(questionKey(query));
     } else {
-        question.ask(*m_backend);
+        begin(question);
     }
     return seat;
+}
+
+void Questions::begin(Question& question)
+{
+    question.lookOrAsk(*m_backend);
+    if (question.isLook() && !m_looking.isActive())
+        m_looking.start(LongestLook);
+}
+
+/// The daemon is in the middle of telling it.
+void Questions::looked(const Query& query)
+{
+    m_lookedAt.add(questionKey(query));
+}
+
+void Questions::endLooks()
+{
+    const auto longAgo = Loop::Clock::now() - LongestLook;
+    for (const auto& entry : m_questions) {
+        if (entry.second->isLookSince(longAgo))
+            m_lookedAt.add(entry.first);
+        else if (entry.second->isLook())
+            m_looking.start(LongestLook);
+    }
+}
+
+/// A crowd is served first: the daemon would be busy with asking the network for others, and with their
+/// answers.
+void Questions::endLook(const std::string& key)
+{
+    const auto question = m_questions.find(key);
+    if (question == m_questions.end() || !question->second->isLook() ||
+        m_backend->state() == Backend::State::Absent)
+        return;
+    if (question->second->isCrowded()) {
+        question->second->rest();
+        watchLater(key);
+    } else {
+        question->second->ask(*m_backend);
+        confirmSoon();
+    }
 }
 
 bool Questions::canGlance(const Labels& instance, uint32_t interface) const
@@ -183,7 +229,12 @@ void Questions::askAgain(const std::string& key)
     if (question == m_questions.end() || question->second->isAsked() || question->second->isIdle() ||
         m_backend->state() == Backend::State::Absent)
         return;
-    question->second->ask(*m_backend);
+    begin(*question->second);
+    confirmSoon();
+}
+
+void Questions::confirmSoon()
+{
     if (!m_confirmation.isActive())
         m_confirmation.start(ConfirmationTime);
 }

@@ -85,10 +85,15 @@ private:
     void sighted(const Labels& instance, uint32_t interface, Transport transport, bool present);
     void askElsewhere(const Query& query, const Sightings::Sighting& sighting);
     Question& questionFor(const Query& query);
+    void begin(Question& question);
+    void looked(const Query& query);
+    void endLooks();
+    void endLook(const std::string& key);
     void watchLater(const std::string& key);
     void watchSome();
 
     void askAgain(const std::string& key);
+    void confirmSoon();
     void forgetUnconfirmed();
     void lastOneLeft();
     void sweep();
@@ -100,6 +105,8 @@ private:
     Turns m_glances;
     Chores<std::string> m_toAsk;
     Chores<std::string> m_toEnd;
+    Chores<std::string> m_lookedAt;
+    Timer m_looking;
     std::deque<std::string>
         m_toWatch; ///< questions that have an answer and are to be asked when there is time
     Timer m_watcher;

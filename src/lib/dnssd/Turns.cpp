@@ -27,6 +27,18 @@ Turns::Turn::~Turn()
     m_turns.leave(this);
 }
 
+Turns::Pause::Pause(Turns& turns)
+    : m_turns(turns)
+{
+    ++m_turns.m_pauses;
+}
+
+Turns::Pause::~Pause()
+{
+    --m_turns.m_pauses;
+    m_turns.callSoon();
+}
+
 Turns::Turns(Loop& loop)
     : m_loop(loop)
     , m_impatience(loop, [this] { forgetSlow(); })
@@ -52,10 +64,15 @@ void Turns::leave(Turn* turn)
     callSoon();
 }
 
+bool Turns::mayCall() const
+{
+    return m_pauses == 0 && !m_waiting.empty() && m_begun.size() < AtATime;
+}
+
 /// One a turn of the loop, so that a thousand of them keep nobody waiting.
 void Turns::callSoon()
 {
-    if (m_callsSoon || m_waiting.empty() || m_begun.size() >= AtATime)
+    if (m_callsSoon || !mayCall())
         return;
     m_callsSoon = true;
     m_loop.post([this] { callNext(); });
@@ -64,7 +81,7 @@ void Turns::callSoon()
 void Turns::callNext()
 {
     m_callsSoon = false;
-    if (m_waiting.empty() || m_begun.size() >= AtATime)
+    if (!mayCall())
         return;
     Turn* next = m_waiting.front();
     m_waiting.pop_front();

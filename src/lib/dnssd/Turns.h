@@ -33,6 +33,19 @@ public:
         Loop::Task m_begin;
     };
 
+    /// As long as there is one, nobody's turn comes.
+    class Pause
+    {
+    public:
+        explicit Pause(Turns& turns);
+        ~Pause();
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+
+    private:
+        Turns& m_turns;
+    };
+
     explicit Turns(Loop& loop);
 
     /// `begin` is called on the loop's thread, a turn of the loop later at the earliest.
@@ -45,6 +58,7 @@ private:
         Loop::Clock::time_point since;
     };
 
+    bool mayCall() const;
     void leave(Turn* turn);
     void callSoon();
     void callNext();
@@ -54,6 +68,7 @@ private:
     std::deque<Turn*> m_waiting;
     std::deque<Begun> m_begun; ///< the first one the longest ago
     bool m_callsSoon = false;
+    unsigned m_pauses = 0;
     Timer m_impatience;
 };
 
