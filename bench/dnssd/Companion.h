@@ -2,32 +2,27 @@
 #ifndef VESK_BENCH_COMPANION_H
 #define VESK_BENCH_COMPANION_H
 
-#include "Poll.h"
-
-#include <poll.h>
-
-#include <cstdio>
+#include <string>
 
 namespace bench {
 
-constexpr auto Never = std::chrono::steady_clock::time_point::max();
-
-/// Whoever started this process wants it to end.
-inline bool inputIsClosed()
+/// A process on one of the lab's hosts that does its task as long as the object lives.
+class Companion
 {
-    pollfd input{0, POLLIN, 0};
-    return ::poll(&input, 1, 0) != 0;
-}
+public:
+    /// `task` is "publish" or "browse". Returns when that is done and the daemons are at rest. Throws
+    /// std::runtime_error.
+    Companion(const std::string& program, const char* host, const char* task, unsigned instances);
+    ~Companion();
+    Companion(const Companion&) = delete;
+    Companion& operator=(const Companion&) = delete;
 
-/// Says "ready" when it is, and goes on until standard input is closed.
-template <typename Ready>
-void stay(Poll& poll, Ready isReady)
-{
-    poll.runUntil(Never, [&] { return isReady() || inputIsClosed(); });
-    std::puts("ready");
-    std::fflush(stdout);
-    poll.runUntil(Never, inputIsClosed);
-}
+private:
+    void end() const;
+
+    int m_input; ///< the publisher ends when it is closed
+    int m_process;
+};
 
 } // namespace bench
 

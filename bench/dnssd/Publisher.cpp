@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "Companion.h"
 #include "Lister.h"
+#include "Stay.h"
 
 #include <avahi-client/publish.h>
 #include <avahi-common/strlst.h>

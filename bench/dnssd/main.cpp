@@ -4,6 +4,7 @@
 // second publishes, the first lists. Each way is a process of its own, so that none profits from another.
 // Without a number of instances, also shows what a thousand watched services hold, and how long the calls
 // take that start an operation.
+#include "Companion.h"
 #include "Lister.h"
 #include "Worker.h"
 
@@ -73,15 +74,18 @@ void warmCache(const std::string& program, unsigned instances)
 }
 
 /// Round by round, so that what disturbs the machine for a while disturbs all; each round begins with another
-/// one, so that nobody always comes after the same.
+/// one, so that nobody always comes after the same. To stand still once is enough.
 void playRounds(const std::string& program, unsigned instances, std::vector<Score>& scores)
 {
+    const auto goesOn = [instances](const Score& score) { return score.leastComplete >= instances; };
     for (std::size_t round = 0; round < Rounds; ++round) {
+        if (std::none_of(scores.begin(), scores.end(), goesOn))
+            return;
         warmCache(program, instances);
         for (std::size_t i = 0; i < scores.size(); ++i) {
             Score& score = scores[(round + i) % scores.size()];
-            if (score.leastComplete < instances)
-                continue; // once is enough to stand still
+            if (!goesOn(score))
+                continue;
             if (const auto result = run(program, score.contestant->way, instances))
                 score.add(*result);
         }
