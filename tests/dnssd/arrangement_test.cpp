@@ -260,6 +260,41 @@ TEST_F(Looking, EndsWhenTheDaemonTakesTooLong)
     EXPECT_TRUE(isAskedInTime(kDNSServiceType_PTR));
 }
 
+TEST_F(Looking, IsOverWhenTheDaemonGoes)
+{
+    comeKitchen("\3a=1");
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse browse("_demo._tcp");
+    settle(browse);
+    backend().change(Backend::State::Absent);
+    settle(browse);
+    EXPECT_EQ(browse.count("Kitchen", true), 1U);
+
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(false); });
+    backend().change(Backend::State::Running);
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), 1U) << "nobody is told twice";
+    EXPECT_EQ(asked(kDNSServiceType_PTR).size(), 1U);
+    EXPECT_EQ(questionsNow(), 1U);
+}
+
+TEST_F(Looking, BeginsAnewWhenTheDaemonIsBackAndNothingWasSeen)
+{
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse browse("_demo._tcp");
+    settle(browse);
+    backend().change(Backend::State::Absent);
+    backend().change(Backend::State::Running);
+    comeKitchen("\3a=1");
+    settle(browse);
+    EXPECT_TRUE(browse.events.empty());
+    EXPECT_TRUE(asked(kDNSServiceType_PTR).empty());
+
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), 1U);
+}
+
 TEST_F(Crowd, IsToldBeforeTheNetworkIsAsked)
 {
     Browse browse(type().c_str());
@@ -271,6 +306,18 @@ TEST_F(Crowd, IsToldBeforeTheNetworkIsAsked)
     ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
     settle(browse);
     EXPECT_EQ(browse.events.size(), Size) << "nobody is told twice";
+}
+
+TEST_F(Crowd, IsToldWhenTheDaemonTakesTooLong)
+{
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse browse(type().c_str());
+    settle(browse);
+    EXPECT_TRUE(browse.events.empty());
+
+    ASSERT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    settle(browse);
+    EXPECT_EQ(browse.events.size(), Size);
 }
 
 TEST_F(Crowd, WhoIsSeenOtherwiseIsToldWhenTheNetworkIsAsked)

@@ -9,8 +9,13 @@ namespace vesk::dnssd {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 /// From so many on the daemon needs long to ask the network for those that it does not know yet.
 constexpr std::size_t Crowd = 100;
+
+/// How long a daemon may take to tell what it knows: as long as it holds the question back.
+constexpr auto LongestLook = 100ms;
 
 constexpr unsigned AllTransports =
     static_cast<unsigned>(Transport::IPv4) | static_cast<unsigned>(Transport::IPv6);
@@ -24,6 +29,13 @@ std::string answerKey(const Record& record)
 
 } // namespace
 
+Question::Look::Look(Question& question)
+    : pause(question.m_questions.m_glances)
+    , limit(question.m_questions.m_loop, [&question] { question.exhausted(); })
+{
+    limit.start(LongestLook);
+}
+
 Question::Question(Questions& questions, Query query)
     : m_questions(questions)
     , m_query(std::move(query))
@@ -32,7 +44,6 @@ Question::Question(Questions& questions, Query query)
 
 Question::~Question()
 {
-    m_listeners.clear();
     lose();
 }
 
@@ -72,7 +83,7 @@ void Question::lookOrAsk(Backend& backend)
     m_query.transport = Transport::IPv4;
     askBackend(backend);
     if (m_asking)
-        m_look.emplace(m_questions.glances());
+        m_look.emplace(*this);
 }
 
 bool Question::isCrowded() const

@@ -22,8 +22,7 @@ public:
 
     /// Has a look at what is known already, if it is a question that a crowd may answer, or asks.
     void lookOrAsk(Backend& backend);
-    bool isLook() const { return m_look.has_value(); }
-    bool isLookSince(Loop::Clock::time_point time) const { return isLook() && m_askedAt <= time; }
+    bool isLooking() const { return m_look.has_value(); }
     bool isCrowded() const;
     /// Asks no more; the answers are still good.
     void rest();
@@ -49,9 +48,17 @@ private:
     {
         Record record;
         unsigned transports; ///< over which it was heard; none: to be confirmed
-        unsigned doubtful;   ///< those of them over which it was not repeated when it was asked again
+        unsigned doubtful;   ///< those of them over which it was not repeated since it was asked again
         bool told;           ///< to the listeners
         unsigned order;      ///< of arrival
+    };
+
+    /// While it is only looked at what is known; nobody resolves then.
+    struct Look
+    {
+        explicit Look(Question& question);
+        Turns::Pause pause;
+        Timer limit;
     };
 
     void answered(const Record& record, Transport transport, bool present, bool cached) override;
@@ -71,7 +78,7 @@ private:
     Questions& m_questions;
     Query m_query;
     std::unique_ptr<Backend::Asking> m_asking;
-    std::optional<Turns::Pause> m_look; ///< while it is only looked at what is known; nobody resolves then
+    std::optional<Look> m_look;
     std::unordered_map<std::string, Answer> m_answers; ///< by interface and data
     std::vector<AnswerListener*> m_listeners;
     Loop::Clock::time_point m_idleSince = Loop::Clock::now();

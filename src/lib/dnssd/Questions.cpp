@@ -14,9 +14,6 @@ using namespace std::chrono_literals;
 constexpr auto ConfirmationTime = 5s;
 constexpr auto LingerTime = 1s;
 
-/// How long a daemon may take to tell what it knows: as long as it holds the question back.
-constexpr auto LongestLook = 100ms;
-
 /// Questions that have an answer already wait until a rush of others is over, and then go to the daemon bit
 /// by bit: its work grows faster than the number of questions that it has to put on the network at the same
 /// time.
@@ -47,11 +44,11 @@ Questions::Seat::~Seat()
 }
 
 Questions::Questions(Loop& loop)
-    : m_glances(loop)
+    : m_loop(loop)
+    , m_glances(loop)
     , m_toAsk(loop, [this](const std::string& key) { askAgain(key); })
     , m_toEnd(loop, [this](const std::string& key) { end(key); })
-    , m_lookedAt(loop, [this](const std::string& key) { endLook(key); })
-    , m_looking(loop, [this] { endLooks(); })
+    , m_toEndLook(loop, [this](const std::string& key) { endLook(key); })
     , m_watcher(loop, [this] { watchSome(); })
     , m_confirmation(loop, [this] { forgetUnconfirmed(); })
     , m_sweeper(loop, [this] { sweep(); })
@@ -80,36 +77,17 @@ std::unique_ptr<Questions::Seat> Questions::ask(const Query& query, AnswerListen
     question.join(listener);
     if (question.isAsked() || m_backend->state() == Backend::State::Absent)
         return seat;
-    if (question.isSuggested()) {
+    if (question.isSuggested())
         watchLater(questionKey(query));
-    } else {
-        begin(question);
-    }
+    else
+        question.lookOrAsk(*m_backend);
     return seat;
-}
-
-void Questions::begin(Question& question)
-{
-    question.lookOrAsk(*m_backend);
-    if (question.isLook() && !m_looking.isActive())
-        m_looking.start(LongestLook);
 }
 
 /// The daemon is in the middle of telling it.
 void Questions::looked(const Query& query)
 {
-    m_lookedAt.add(questionKey(query));
-}
-
-void Questions::endLooks()
-{
-    const auto longAgo = Loop::Clock::now() - LongestLook;
-    for (const auto& entry : m_questions) {
-        if (entry.second->isLookSince(longAgo))
-            m_lookedAt.add(entry.first);
-        else if (entry.second->isLook())
-            m_looking.start(LongestLook);
-    }
+    m_toEndLook.add(questionKey(query));
 }
 
 /// A crowd is served first: the daemon would be busy with asking the network for others, and with their
@@ -117,8 +95,7 @@ void Questions::endLooks()
 void Questions::endLook(const std::string& key)
 {
     const auto question = m_questions.find(key);
-    if (question == m_questions.end() || !question->second->isLook() ||
-        m_backend->state() == Backend::State::Absent)
+    if (question == m_questions.end() || !question->second->isLooking())
         return;
     if (question->second->isCrowded()) {
         question->second->rest();
@@ -229,7 +206,7 @@ void Questions::askAgain(const std::string& key)
     if (question == m_questions.end() || question->second->isAsked() || question->second->isIdle() ||
         m_backend->state() == Backend::State::Absent)
         return;
-    begin(*question->second);
+    question->second->lookOrAsk(*m_backend);
     confirmSoon();
 }
 

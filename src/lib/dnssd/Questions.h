@@ -85,9 +85,7 @@ private:
     void sighted(const Labels& instance, uint32_t interface, Transport transport, bool present);
     void askElsewhere(const Query& query, const Sightings::Sighting& sighting);
     Question& questionFor(const Query& query);
-    void begin(Question& question);
     void looked(const Query& query);
-    void endLooks();
     void endLook(const std::string& key);
     void watchLater(const std::string& key);
     void watchSome();
@@ -99,14 +97,14 @@ private:
     void sweep();
     void end(const std::string& key);
 
+    Loop& m_loop;
     Backend* m_backend = nullptr;
     Sightings m_sightings; // before the questions: they leave it when they die
     std::unordered_map<std::string, std::unique_ptr<Question>> m_questions;
     Turns m_glances;
     Chores<std::string> m_toAsk;
     Chores<std::string> m_toEnd;
-    Chores<std::string> m_lookedAt;
-    Timer m_looking;
+    Chores<std::string> m_toEndLook;
     std::deque<std::string>
         m_toWatch; ///< questions that have an answer and are to be asked when there is time
     Timer m_watcher;

@@ -12,7 +12,7 @@ namespace vesk::dnssd {
 
 /**
  * Lets only so many begin something at a time; the others wait for their turn. Who takes long is not waited
- * for.
+ * for. In a pause nobody begins.
  */
 class Turns
 {
