@@ -279,6 +279,30 @@ TEST(Live, BrowsedInstanceIsAskedForOverOneTransport)
     EXPECT_EQ(resolve.replies[0].host, "hostb.local.");
 }
 
+/// What is known of a crowd is told before the network is asked for more; who goes and who comes by then is
+/// missed by nobody.
+TEST(Live, CrowdThatIsKnownIsToldAndThenWatched)
+{
+    constexpr std::size_t Size = 120;
+    const auto publish = [](const std::string& name) {
+        return "avahi-publish -s " + name + " _demo._tcp 80";
+    };
+    const Beside crowd("exec lab-on hostb sh -c 'for i in $(seq " + std::to_string(Size - 1) + "); do " +
+                       publish("n$i") + " & done; wait' >/dev/null 2>&1");
+    Beside leaver("exec lab-on hostb " + publish("Kitchen") + " >/dev/null 2>&1");
+    ASSERT_TRUE(waitUntil({}, [&] {
+        return outputOf("timeout 5 avahi-browse -pt _demo._tcp | grep -c '+;lan1;IPv4'") ==
+               std::to_string(Size) + '\n';
+    }));
+    Browse browse("_demo._tcp", Lan1);
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.events.size() >= Size; }));
+    leaver.end();
+    const Beside newcomer("exec lab-on hostb " + publish("Cellar") + " >/dev/null 2>&1");
+    EXPECT_TRUE(
+        waitUntil({&browse}, [&] { return browse.count("Kitchen", false) == 1 && browse.has("Cellar"); }));
+    EXPECT_EQ(browse.events.size(), Size + 2) << "and nobody else";
+}
+
 TEST(Live, OneLinkAloneOrNoneAtAll)
 {
     Registration near("Near", "_demo._tcp", 80, "", 0, nullptr, nullptr, Lan2);
