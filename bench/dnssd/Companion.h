@@ -20,7 +20,7 @@ public:
 private:
     void end() const;
 
-    int m_input; ///< the publisher ends when it is closed
+    int m_input; ///< the process ends when it is closed
     int m_process;
 };
 

@@ -194,7 +194,7 @@ try {
     }
     const bool everything = sizes.empty();
     if (everything)
-        sizes = {1, 10, 100, 500, 1000, 2000};
+        sizes = {1, 10, 100, 500, WatchedServices, 2000};
     // Of thousands of goodbyes a daemon misses hundreds: whom it still believes in has to be among those who
     // come next.
     std::sort(sizes.begin(), sizes.end());
