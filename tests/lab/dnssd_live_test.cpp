@@ -279,8 +279,7 @@ TEST(Live, BrowsedInstanceIsAskedForOverOneTransport)
     EXPECT_EQ(resolve.replies[0].host, "hostb.local.");
 }
 
-/// What is known of a crowd is told before the network is asked for more; who goes and who comes by then is
-/// missed by nobody.
+/// Who goes and who comes right after the crowd was told is told by the question that follows the look.
 TEST(Live, CrowdThatIsKnownIsToldAndThenWatched)
 {
     constexpr std::size_t Size = 120;

@@ -30,7 +30,7 @@ std::string answerKey(const Record& record)
 } // namespace
 
 Question::Look::Look(Question& question)
-    : pause(question.m_questions.m_glances)
+    : pause(question.m_questions.glances())
     , limit(question.m_questions.m_loop, [&question] { question.exhausted(); })
 {
     limit.start(LongestLook);

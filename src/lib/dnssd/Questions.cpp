@@ -84,7 +84,7 @@ std::unique_ptr<Questions::Seat> Questions::ask(const Query& query, AnswerListen
     return seat;
 }
 
-/// The daemon is in the middle of telling it.
+/// Later, as the daemon may be in the middle of telling it.
 void Questions::looked(const Query& query)
 {
     m_toEndLook.add(questionKey(query));
