@@ -184,7 +184,7 @@ void FakeBackend::tell(const Record& record, Transport transport, bool present)
 
 std::unique_ptr<Backend::Asking> FakeBackend::ask(const Query& query, Asker& asker)
 {
-    if (m_isRefusing)
+    if (m_isRefusing || m_state == State::Absent)
         return nullptr;
     m_asked.push_back(query);
     auto asking = std::make_unique<Question>(*this, query, asker);

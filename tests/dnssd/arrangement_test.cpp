@@ -278,6 +278,25 @@ TEST_F(Looking, IsOverWhenTheDaemonGoes)
     EXPECT_EQ(questionsNow(), 1U);
 }
 
+TEST_F(Looking, EndsWithoutAnErrorBeforeItIsKnownThatTheDaemonHasGone)
+{
+    comeKitchen("\3a=1");
+    backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
+    Browse browse("_demo._tcp");
+    settle(browse);
+    backend().inspect([] { FakeBackend::instance().assume(Backend::State::Absent); });
+    letTimePass();
+    ASSERT_TRUE(waitUntil({&browse}, [&] { return browse.has("Kitchen"); }));
+
+    backend().inspect([] { FakeBackend::instance().assume(Backend::State::Running); });
+    backend().change(Backend::State::Absent);
+    backend().change(Backend::State::Running);
+    EXPECT_TRUE(isAskedInTime(kDNSServiceType_PTR));
+    settle(browse);
+    ASSERT_EQ(browse.events.size(), 1U) << "and no error";
+    EXPECT_EQ(browse.events[0].error, kDNSServiceErr_NoError);
+}
+
 TEST_F(Looking, BeginsAnewWhenTheDaemonIsBackAndNothingWasSeen)
 {
     backend().inspect([] { FakeBackend::instance().setNeverExhausted(true); });
