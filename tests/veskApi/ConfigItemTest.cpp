@@ -709,4 +709,4 @@ private Q_SLOTS:
 
 static const TestClass<ConfigItem> registeredClass("ConfigItem");
 
-#include "tst_ConfigItem.moc"
+#include "ConfigItemTest.moc"

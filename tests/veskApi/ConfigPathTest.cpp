@@ -81,4 +81,4 @@ private Q_SLOTS:
 
 static const TestClass<ConfigPath> registeredClass("ConfigPath");
 
-#include "tst_ConfigPath.moc"
+#include "ConfigPathTest.moc"

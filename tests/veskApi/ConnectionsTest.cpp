@@ -160,4 +160,4 @@ private Q_SLOTS:
 
 static const TestClass<Connections> registeredClass("Connections");
 
-#include "tst_Connections.moc"
+#include "ConnectionsTest.moc"

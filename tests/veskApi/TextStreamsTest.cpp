@@ -104,6 +104,17 @@ private Q_SLOTS:
         row("4 bytes, cut after 1", "a\xf0\x9f\x98\x80", 2, "a");
         row("as long, ends in half a character", "a\xc3", 2, "a\xc3");
         row("nothing but continuation bytes", "\x80\x80\x80", 2, "");
+        const QByteArray stray(10, '\x80');
+        row("stray continuation bytes behind ASCII", "a" + stray, 5, "a");
+        row("stray continuation bytes behind 2 bytes", "\xc3\xbc" + stray, 5, "\xc3\xbc");
+        row("stray continuation bytes behind 3 bytes", "\xe5\x8e\xa8" + stray, 5, "\xe5\x8e\xa8");
+        row("stray continuation bytes behind 4 bytes", "\xf0\x9f\x98\x80" + stray, 5, "\xf0\x9f\x98\x80");
+        row("stray continuation bytes cut off whole", "\xf0\x9f\x98\x80" + stray, 3, "");
+        row("stray continuation bytes behind a byte that starts nothing", "a\xff" + stray, 5, "a");
+        row("stray continuation bytes behind an overlong start", "a\xc1" + stray, 5, "a");
+        row("stray continuation bytes behind more of them, between valid ones", "ab" + stray + "c", 4, "ab");
+        row("a byte that starts nothing at the cut", "a\xff\xff", 2, "a\xff");
+        row("a start without its continuation at the cut", "a\xc3\xc3\xbc", 2, "a\xc3");
         row("zero inside", QByteArray("a\0b", 3), 2, QByteArray("a\0", 2));
     }
 
@@ -135,4 +146,4 @@ private Q_SLOTS:
 
 static const TestClass<TextStreams> registeredClass("TextStreams");
 
-#include "tst_TextStreams.moc"
+#include "TextStreamsTest.moc"

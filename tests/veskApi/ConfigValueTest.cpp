@@ -59,4 +59,4 @@ private Q_SLOTS:
 
 static const TestClass<ConfigValue> registeredClass("ConfigValue");
 
-#include "tst_ConfigValue.moc"
+#include "ConfigValueTest.moc"
