@@ -59,7 +59,8 @@ void startTimeout(QTimer* timer, Receiver* receiver, void (Receiver::*on_timeout
 
 std::string interfaceLabel(std::uint32_t interfaceIndex)
 {
-    const QString name = QNetworkInterface::interfaceFromIndex(int(interfaceIndex)).name();
+    // One question to the system, where interfaceFromIndex() would have it describe every interface.
+    const QString name = QNetworkInterface::interfaceNameFromIndex(int(interfaceIndex));
     return name.toStdString() + "," + std::to_string(interfaceIndex);
 }
 
