@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "FakeBackend.h"
 
+#include "BackendChoice.h"
+#include "SrvData.h"
+#include "dns_sd.h"
+
 #include <algorithm>
-#include <future>
 #include <utility>
 
-namespace vesk::dnssd {
+namespace vesk::dnssd::tests {
 
 namespace {
 
-FakeBackend* theInstance = nullptr;
+std::atomic<FakeBackend*> lastMade{nullptr};
 
 bool answers(const Record& record, Transport transport, const Query& query)
 {
@@ -20,100 +23,260 @@ bool answers(const Record& record, Transport transport, const Query& query)
     return sameType && sameInterface && canonical(record.name) == canonical(query.name);
 }
 
-bool same(const Record& a, const Record& b)
+bool isSame(const Record& a, const Record& b)
 {
     return a.type == b.type && a.interface == b.interface && a.data == b.data &&
            canonical(a.name) == canonical(b.name);
 }
 
+/// As Avahi's daemon.
+QueryPacing defaultPacing()
+{
+    QueryPacing pacing;
+    pacing.cachePassLimit = std::chrono::milliseconds(100);
+    pacing.largeResult = 100;
+    return pacing;
+}
+
 } // namespace
 
-class FakeBackend::Question : public Backend::Asking
+/// What was started, and stands for something until the backend goes.
+class FakeBackend::Started
 {
 public:
-    Question(FakeBackend& backend, Query query, Asker& asker)
-        : m_backend(backend)
-        , m_query(std::move(query))
-        , m_asker(asker)
+    explicit Started(FakeBackend& backend)
+        : m_isThere(backend.m_isThere)
+        , m_tasks(backend.m_loop)
     {
-        m_backend.m_askings.insert(this);
     }
-    ~Question() override { m_backend.m_askings.erase(this); }
 
-    void hear(const Record& record, Transport transport, bool present, bool cached)
+protected:
+    void later(Task task)
+    {
+        m_tasks.post([task = std::move(task), isThere = m_isThere] {
+            if (*isThere)
+                task();
+        });
+    }
+
+private:
+    std::shared_ptr<const bool> m_isThere;
+    OwnedTasks m_tasks;
+};
+
+class FakeBackend::FakeQuery final : public Backend::ActiveQuery, private Started
+{
+public:
+    FakeQuery(FakeBackend& backend, Query query, RecordListener& listener)
+        : Started(backend)
+        , m_backend(backend)
+        , m_query(std::move(query))
+        , m_listener(listener)
+    {
+        later([this] { tellCache(); });
+        m_backend.m_queries.insert(this); // last: nothing is left of it when there is no memory
+    }
+    ~FakeQuery() override { m_backend.m_queries.erase(this); }
+
+    const Labels& name() const { return m_query.name; }
+
+    void tell(const Record& record, Transport transport, bool isPresent, bool isCached)
     {
         if (answers(record, transport, m_query))
-            m_asker.answered(record, transport, present, cached);
+            m_listener.onRecord({record, transport, isPresent, isCached});
     }
-    void exhaust() { m_asker.exhausted(); }
+    void failLater(BackendError error)
+    {
+        later([this, error] { m_listener.onQueryFailed(error); });
+    }
+
+    /// Once, the newest record first. The listener may end the query in each of these calls.
+    void tellCache()
+    {
+        if (std::exchange(m_hasToldCache, true))
+            return;
+        const auto known = m_backend.m_known;
+        const std::weak_ptr alive(m_alive);
+        for (auto one = known.rbegin(); one != known.rend(); ++one) {
+            tell(one->record, one->transport, true, true);
+            if (alive.expired())
+                return;
+        }
+        if (!m_backend.m_isNeverExhausted)
+            m_listener.onCacheExhausted();
+    }
 
 private:
     FakeBackend& m_backend;
     Query m_query;
-    Asker& m_asker;
+    RecordListener& m_listener;
+    bool m_hasToldCache = false;
+    std::shared_ptr<char> m_alive = std::make_shared<char>();
 };
 
-class FakeBackend::Offer : public Backend::Publication
+/// The network does not go with the responder.
+class FakeBackend::FakeHostQuestion final : public Backend::ActiveQuery
 {
 public:
-    Offer(FakeBackend& backend, Service service, Publisher& publisher)
+    FakeHostQuestion(FakeBackend& backend, Query query, RecordListener& listener)
         : m_backend(backend)
+        , m_query(std::move(query))
+        , m_listener(listener)
+        , m_tasks(backend.m_loop)
+    {
+        m_tasks.post([this] { answer(); });
+        ++m_backend.m_standingHostQuestions; // last: nothing is left of it when there is no memory
+    }
+    ~FakeHostQuestion() override { --m_backend.m_standingHostQuestions; }
+
+private:
+    /// The listener may end the question in each of these calls.
+    void answer()
+    {
+        const auto known = m_backend.m_known;
+        const std::weak_ptr alive(m_alive);
+        for (const Known& one : known) {
+            if (alive.expired() || !m_backend.m_doHostsAnswer)
+                return;
+            if (answers(one.record, one.transport, m_query))
+                m_listener.onRecord({one.record, one.transport, true, false});
+        }
+    }
+
+    FakeBackend& m_backend;
+    Query m_query;
+    RecordListener& m_listener;
+    OwnedTasks m_tasks;
+    std::shared_ptr<char> m_alive = std::make_shared<char>();
+};
+
+class FakeBackend::FakePublication final : public Backend::Publication, private Started
+{
+public:
+    FakePublication(FakeBackend& backend, Service service, PublishListener& listener)
+        : Started(backend)
+        , m_backend(backend)
         , m_service(std::move(service))
-        , m_publisher(publisher)
+        , m_listener(listener)
     {
         m_backend.m_published.push_back(m_service);
-        m_backend.m_offers.insert(this);
+        m_backend.m_publications.insert(this);
     }
-    ~Offer() override { m_backend.m_offers.erase(this); }
+    ~FakePublication() override { m_backend.m_publications.erase(this); }
     void update(const std::string& txt) override
     {
         m_service.txt = txt;
         m_backend.m_published.push_back(m_service);
     }
+    void allowFurtherTxt() override { m_backend.m_allowingFurtherTxt.insert(m_service.name); }
 
     const std::string& name() const { return m_service.name; }
-
-    /// Says what becomes of it, a turn later and if it is still there then.
-    void tell(void (Publisher::*what)())
+    const Service& service() const { return m_service; }
+    void publishLater()
     {
-        m_backend.m_loop.post([&publisher = m_publisher, what, life = std::weak_ptr(m_life)] {
-            if (!life.expired())
-                (publisher.*what)();
-        });
+        later([this] { m_listener.onPublished(); });
+    }
+    void collideLater()
+    {
+        later([this] { m_listener.onNameConflict(); });
+    }
+    void failLater(BackendError error)
+    {
+        later([this, error] { m_listener.onPublishFailed(error); });
     }
 
 private:
     FakeBackend& m_backend;
     Service m_service;
-    Publisher& m_publisher;
-    std::shared_ptr<char> m_life = std::make_shared<char>();
+    PublishListener& m_listener;
 };
 
-class FakeBackend::Glance : public Backend::Asking
+class FakeBackend::FakeRecordPublication final : public Backend::RecordPublication, private Started
 {
 public:
-    std::weak_ptr<char> life() const { return m_life; }
+    FakeRecordPublication(FakeBackend& backend, PublishedRecord record, PublishListener& listener)
+        : Started(backend)
+        , m_backend(backend)
+        , m_record(std::move(record))
+        , m_listener(listener)
+    {
+        m_backend.m_records.push_back(this);
+        ++m_backend.m_recordChanges;
+    }
+    ~FakeRecordPublication() override
+    {
+        auto& all = m_backend.m_records;
+        all.erase(std::find(all.begin(), all.end(), this));
+    }
+    void update(const std::string& data, uint32_t ttl) override
+    {
+        m_record.data = data;
+        m_record.ttl = ttl;
+        ++m_backend.m_recordChanges;
+    }
+
+    const PublishedRecord& record() const { return m_record; }
+    std::string name() const { return toText(m_record.name); }
+    void publishLater()
+    {
+        later([this] { m_listener.onPublished(); });
+    }
+    void collideLater()
+    {
+        later([this] { m_listener.onNameConflict(); });
+    }
+    void failLater(BackendError error)
+    {
+        later([this, error] { m_listener.onPublishFailed(error); });
+    }
 
 private:
-    std::shared_ptr<char> m_life = std::make_shared<char>();
+    FakeBackend& m_backend;
+    PublishedRecord m_record;
+    PublishListener& m_listener;
 };
 
-FakeBackend::FakeBackend(Loop& loop, StateListener& listener)
-    : m_loop(loop)
-    , m_listener(listener)
+class FakeBackend::FakeResolve final : public Backend::ActiveResolve, private Started
 {
+public:
+    FakeResolve(FakeBackend& backend, ResolveListener& listener)
+        : Started(backend)
+        , m_listener(listener)
+    {
+    }
+    void resolveLater(ResolvedService service)
+    {
+        later([this, service = std::move(service)] { m_listener.onResolved(service); });
+    }
+    void failLater()
+    {
+        later([this] { m_listener.onResolveFailed(); });
+    }
+
+private:
+    ResolveListener& m_listener;
+};
+
+FakeBackend::FakeBackend(EventLoop& loop, StateListener& listener)
+    : m_loop(loop)
+    , m_tasks(loop)
+    , m_listener(listener)
+    , m_pacing(defaultPacing())
+{
+    lastMade = this;
 }
 
 FakeBackend::~FakeBackend() = default;
 
-FakeBackend& FakeBackend::instance()
+FakeBackend& FakeBackend::last()
 {
-    return *theInstance;
+    return *lastMade;
 }
 
 void FakeBackend::come(const Record& record, Transport transport)
 {
     m_loop.post([this, record, transport] {
+        tellCaches();
         m_known.push_back({record, transport});
         tell(record, transport, true);
     });
@@ -122,8 +285,9 @@ void FakeBackend::come(const Record& record, Transport transport)
 void FakeBackend::go(const Record& record, Transport transport)
 {
     m_loop.post([this, record, transport] {
+        tellCaches();
         const auto isIt = [&](const Known& known) {
-            return known.transport == transport && same(known.record, record);
+            return known.transport == transport && isSame(known.record, record);
         };
         m_known.erase(std::remove_if(m_known.begin(), m_known.end(), isIt), m_known.end());
         tell(record, transport, false);
@@ -132,130 +296,199 @@ void FakeBackend::go(const Record& record, Transport transport)
 
 void FakeBackend::change(State state)
 {
-    m_loop.post([this, state] {
-        if (m_state.exchange(state) != state)
-            m_listener.backendChanged(state);
-    });
+    m_loop.post([this, state] { setState(state); });
 }
 
-void FakeBackend::reset()
+void FakeBackend::setState(State state)
 {
-    inspect([this] {
-        for (const Known& known : std::exchange(m_known, {}))
-            tell(known.record, known.transport, false);
-        holdTimers(false);
-        m_published.clear();
-        m_isRefusing = false;
-        m_isNeverExhausted = false;
-        m_takenHere.clear();
-        m_takenElsewhere.clear();
-    });
-    change(State::Running);
+    if (m_state == state)
+        return;
+    m_state = state;
+    if (state == State::Absent) {
+        *m_isThere = false;
+        m_isThere = std::make_shared<bool>(true);
+        m_queries.clear();
+        m_publications.clear();
+    }
+    m_listener.onBackendState(state);
 }
 
-void FakeBackend::settle()
+/// A listener may start and end queries.
+void FakeBackend::forEachQuery(const std::function<void(FakeQuery&)>& act)
 {
-    inspect([] {});
-}
-
-void FakeBackend::inspect(const std::function<void()>& look)
-{
-    // What runs may post more, and that once more: a look, what it shows, a question, its answers, what is
-    // made of them.
-    const std::function<void()> nothing = [] {};
-    for (const auto& step : {nothing, nothing, nothing, nothing, look}) {
-        std::promise<void> done;
-        m_loop.post([&] {
-            step();
-            done.set_value();
-        });
-        done.get_future().wait();
+    const auto queries = m_queries;
+    for (FakeQuery* query : queries) {
+        if (m_queries.count(query) > 0)
+            act(*query);
     }
 }
 
-void FakeBackend::tell(const Record& record, Transport transport, bool present)
+/// To the queries that have not been told of it yet: what comes and goes is told after that.
+void FakeBackend::tellCaches()
 {
-    const auto askings = m_askings; // a listener may ask more, or no longer
-    for (Question* asking : askings) {
-        if (m_askings.count(asking) > 0)
-            asking->hear(record, transport, present, false);
-    }
+    forEachQuery([](FakeQuery& query) { query.tellCache(); });
 }
 
-std::unique_ptr<Backend::Asking> FakeBackend::ask(const Query& query, Asker& asker)
+void FakeBackend::tell(const Record& record, Transport transport, bool isPresent)
 {
-    if (m_isRefusing || m_state == State::Absent)
-        return nullptr;
+    forEachQuery([&](FakeQuery& query) { query.tell(record, transport, isPresent, false); });
+}
+
+BackendError FakeBackend::startError() const
+{
+    return m_state == State::Absent ? BackendError::Unavailable : m_startError;
+}
+
+Backend::Result<Backend::ActiveQuery> FakeBackend::startQuery(const Query& query, RecordListener& listener)
+{
+    if (startError() != BackendError::None)
+        return {startError(), nullptr};
     m_asked.push_back(query);
-    auto asking = std::make_unique<Question>(*this, query, asker);
-    m_loop.post([this, question = asking.get()] {
-        if (m_askings.count(question) == 0)
-            return;
-        for (const Known& known : m_known)
-            question->hear(known.record, known.transport, true, true);
-        if (!m_isNeverExhausted)
-            question->exhaust();
-    });
-    return asking;
+    return {BackendError::None, std::make_unique<FakeQuery>(*this, query, listener)};
 }
 
-/// Sees an instance when both its records are known.
-std::unique_ptr<Backend::Asking> FakeBackend::glance(const Labels& instance, uint32_t interface,
-                                                     Transport transport, Glancer& glancer)
+Backend::Result<Backend::ActiveQuery> FakeBackend::askHosts(const Query& query, RecordListener& listener)
 {
-    m_glances.push_back(instance);
-    auto glance = std::make_unique<Glance>();
-    const auto find = [&](uint16_t type) {
-        const Query query{instance, type, kDNSServiceClass_IN, interface, transport};
+    if (!m_canAskHosts)
+        return {BackendError::Failed, nullptr};
+    m_hostQuestions.push_back(query);
+    return {BackendError::None, std::make_unique<FakeHostQuestion>(*this, query, listener)};
+}
+
+/// Resolves an instance when both its records are known, and its host's address if it is wanted.
+Backend::Result<Backend::ActiveResolve> FakeBackend::resolveOnce(const Labels& instance, uint32_t interface,
+                                                                 Transport transport, bool withAddress,
+                                                                 ResolveListener& listener)
+{
+    if (!m_canResolveOnce)
+        return {BackendError::Failed, nullptr};
+    if (startError() != BackendError::None)
+        return {startError(), nullptr};
+    m_resolved.push_back(instance);
+    auto resolve = std::make_unique<FakeResolve>(*this, listener);
+    const auto find = [&](const Labels& name, uint16_t type) {
+        const Query query{name, type, kDNSServiceClass_IN, interface, transport};
         const auto known = std::find_if(m_known.begin(), m_known.end(), [&](const Known& one) {
             return answers(one.record, one.transport, query);
         });
         return known == m_known.end() ? std::string() : known->record.data;
     };
-    const std::string service = find(kDNSServiceType_SRV);
-    const std::string txt = find(kDNSServiceType_TXT);
-    if (service.size() < 6 || txt.empty())
-        return glance;
-    std::string_view host = std::string_view(service).substr(6);
-    const auto port =
-        static_cast<uint16_t>(static_cast<uint8_t>(service[4]) << 8U | static_cast<uint8_t>(service[5]));
-    m_loop.post([&glancer, glimpse = Glimpse{readWireName(host).value_or(Labels()), port, txt},
-                 life = glance->life()] {
-        if (!life.expired())
-            glancer.glimpsed(glimpse);
-    });
-    return glance;
+    const auto service = SrvData::parse(find(instance, kDNSServiceType_SRV));
+    const std::string txt = find(instance, kDNSServiceType_TXT);
+    const std::string address =
+        service && withAddress ? find(service->target, kDNSServiceType_A) : std::string();
+    if (service && !txt.empty() && withAddress == !address.empty())
+        resolve->resolveLater({service->target, service->port, txt, address});
+    else if (m_isFailingResolves)
+        resolve->failLater();
+    return {BackendError::None, std::move(resolve)};
+}
+
+Backend::Result<Backend::Publication> FakeBackend::publish(const Service& service, PublishListener& listener)
+{
+    if (startError() != BackendError::None)
+        return {startError(), nullptr};
+    if (m_takenHere.count(service.name) > 0)
+        return {BackendError::NameConflict, nullptr};
+    auto publication = std::make_unique<FakePublication>(*this, service, listener);
+    if (m_isAllTaken || m_takenElsewhere.count(service.name) > 0)
+        publication->collideLater();
+    else
+        publication->publishLater();
+    return {BackendError::None, std::move(publication)};
+}
+
+Backend::Result<Backend::RecordPublication> FakeBackend::publishRecord(const PublishedRecord& record,
+                                                                       PublishListener& listener)
+{
+    if (startError() != BackendError::None)
+        return {startError(), nullptr};
+    const std::string name = toText(record.name);
+    if (m_takenHere.count(name) > 0)
+        return {BackendError::NameConflict, nullptr};
+    auto publication = std::make_unique<FakeRecordPublication>(*this, record, listener);
+    if (m_takenElsewhere.count(name) > 0)
+        publication->collideLater();
+    else
+        publication->publishLater();
+    return {BackendError::None, std::move(publication)};
+}
+
+std::vector<PublishedRecord> FakeBackend::records() const
+{
+    std::vector<PublishedRecord> records;
+    for (const FakeRecordPublication* publication : m_records)
+        records.push_back(publication->record());
+    return records;
+}
+
+void FakeBackend::shutDown(std::chrono::milliseconds)
+{
+    m_isShutDown = true;
+    setState(State::Absent);
+}
+
+void FakeBackend::failQueries(const Labels& name, BackendError error)
+{
+    for (FakeQuery* query : m_queries) {
+        if (canonical(query->name()) == canonical(name))
+            query->failLater(error);
+    }
 }
 
 void FakeBackend::collide(const std::string& name)
 {
-    for (Offer* offer : m_offers) {
-        if (offer->name() == name)
-            offer->tell(&Publisher::collided);
+    for (FakePublication* publication : m_publications) {
+        if (publication->name() == name)
+            publication->collideLater();
     }
+    for (FakeRecordPublication* publication : m_records) {
+        if (publication->name() == name)
+            publication->collideLater();
+    }
+}
+
+void FakeBackend::failPublications(const std::string& name, BackendError error)
+{
+    for (FakePublication* publication : m_publications) {
+        if (publication->name() == name)
+            publication->failLater(error);
+    }
+    for (FakeRecordPublication* publication : m_records) {
+        if (publication->name() == name)
+            publication->failLater(error);
+    }
+}
+
+std::vector<Service> FakeBackend::standing() const
+{
+    std::vector<Service> services;
+    for (const FakePublication* publication : m_publications)
+        services.push_back(publication->service());
+    return services;
 }
 
 void FakeBackend::forgetAsked()
 {
     m_asked.clear();
-    m_glances.clear();
+    m_resolved.clear();
 }
 
-Backend::PublishResult FakeBackend::publish(const Service& service, Publisher& publisher)
-{
-    if (m_takenHere.count(service.name) > 0)
-        return {kDNSServiceErr_NameConflict, nullptr};
-    auto offer = std::make_unique<Offer>(*this, service, publisher);
-    offer->tell(m_takenElsewhere.count(service.name) > 0 ? &Publisher::collided : &Publisher::published);
-    return {kDNSServiceErr_NoError, std::move(offer)};
-}
+} // namespace vesk::dnssd::tests
 
-std::unique_ptr<Backend> makeBackend(Loop& loop, Backend::StateListener& listener)
+namespace vesk::dnssd {
+
+/// The process's own engine, for tests with threads. Of a memory's there is none.
+BackendFactory backendFactory(BackendKind kind)
 {
-    auto backend = std::make_unique<FakeBackend>(loop, listener);
-    theInstance = backend.get();
-    backend->change(Backend::State::Running);
-    return backend;
+    if (kind == BackendKind::Memory)
+        return nullptr;
+    return [kind](EventLoop& loop, Backend::StateListener& listener) {
+        auto backend = std::make_unique<tests::FakeBackend>(loop, listener);
+        backend->setKind(kind);
+        backend->change(Backend::State::Running);
+        return backend;
+    };
 }
 
 } // namespace vesk::dnssd

@@ -154,10 +154,11 @@ Resolve::Resolve(const char* name, const char* type, const char* domain, uint32_
         this));
 }
 
-Addresses::Addresses(const char* host, DNSServiceProtocol protocol, uint32_t interface)
+Addresses::Addresses(const char* host, DNSServiceProtocol protocol, uint32_t interface,
+                     DNSServiceFlags startFlags)
 {
     started(DNSServiceGetAddrInfo(
-        &m_ref, 0, interface, protocol, host,
+        &m_ref, startFlags, interface, protocol, host,
         [](DNSServiceRef, DNSServiceFlags flags, uint32_t index, DNSServiceErrorType error,
            const char* hostname, const sockaddr* address, uint32_t ttl, void* self) {
             of<Addresses>(self).replies.push_back(

@@ -94,7 +94,8 @@ public:
 class Addresses : public Handle
 {
 public:
-    explicit Addresses(const char* host, DNSServiceProtocol protocol = 0, uint32_t interface = 0);
+    explicit Addresses(const char* host, DNSServiceProtocol protocol = 0, uint32_t interface = 0,
+                       DNSServiceFlags flags = 0);
 
     struct Reply
     {

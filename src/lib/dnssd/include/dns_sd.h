@@ -32,17 +32,21 @@
 extern "C" {
 #endif
 
-/** Marks what the library exports. */
-#if defined(__GNUC__)
-#define DNSSD_API __attribute__((visibility("default")))
-#else
+/** Stands before each call and, in applications, before callbacks: a calling convention where there are
+ * several. */
 #define DNSSD_API
+
+/** Version numbers above this one are encoded in another way; see kDNSServiceProperty_DaemonVersion. */
+#define DNS_SD_ORIGINAL_ENCODING_VERSION_NUMBER_MAX 16610000
+
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
 #endif
 
 /** An operation. Made by a start call, released by DNSServiceRefDeallocate. */
 typedef struct _DNSServiceRef_t* DNSServiceRef;
 
-/** A single record of an operation. NULL stands for a registration's own TXT record. */
+/** A single record of a registration or connection. NULL stands for a registration's own TXT record. */
 typedef struct _DNSRecordRef_t* DNSRecordRef;
 
 typedef uint32_t DNSServiceFlags;    /**< kDNSServiceFlags…, joined by | */
@@ -71,9 +75,10 @@ enum
     kDNSServiceFlagsAllowRemoteQuery = 0x200,
     kDNSServiceFlagsForceMulticast = 0x400, /**< ask by multicast only */
     kDNSServiceFlagsForce = 0x800,
-    kDNSServiceFlagsKnownUnique = 0x800,
+    kDNSServiceFlagsKnownUnique = 0x800, /**< as Unique, and known to be so without probing */
     kDNSServiceFlagsReturnIntermediates = 0x1000,
-    kDNSServiceFlagsShareConnection = 0x4000, /**< refused with Unsupported */
+    kDNSServiceFlagsShareConnection =
+        0x4000, /**< the handle given is a connection, which the operation shares */
     kDNSServiceFlagsSuppressUnusable = 0x8000,
     kDNSServiceFlagsTimeout = 0x10000,
     kDNSServiceFlagsIncludeP2P = 0x20000,
@@ -95,6 +100,7 @@ enum
     kDNSServiceFlagsPrivateThree = 0x10000000,
     kDNSServiceFlagsPrivateFour = 0x20000000,
     kDNSServiceFlagsPrivateFive = 0x40000000,
+    kDNSServiceFlagsSecure = 0x200010,
     kDNSServiceFlagsInsecure = 0x200020,
     kDNSServiceFlagsBogus = 0x200040,
     kDNSServiceFlagsIndeterminate = 0x200080
@@ -241,7 +247,7 @@ enum
     kDNSServiceErr_BadSig = -65560,
     kDNSServiceErr_BadKey = -65561,
     kDNSServiceErr_Transient = -65562,
-    kDNSServiceErr_ServiceNotRunning = -65563, /**< there is no way to reach a daemon, now or later */
+    kDNSServiceErr_ServiceNotRunning = -65563, /**< there is no way to a responder at this moment */
     kDNSServiceErr_NATPortMappingUnsupported = -65564,
     kDNSServiceErr_NATPortMappingDisabled = -65565,
     kDNSServiceErr_NoRouter = -65566,
@@ -283,13 +289,13 @@ DNSSD_API DNSServiceErrorType DNSServiceGetProperty(const char* property, void* 
 
 /* ---- Domains ---- */
 
-/** `replyDomain` came (Add) or went; Default marks the one to use when the user chooses none. */
+/** `replyDomain` came (Add) or went. */
 typedef void (*DNSServiceDomainEnumReply)(DNSServiceRef sdRef, DNSServiceFlags flags, uint32_t interfaceIndex,
                                           DNSServiceErrorType errorCode, const char* replyDomain,
                                           void* context);
 
-/** Reports the domains to browse or to register in; `flags` is BrowseDomains or RegistrationDomains, else
- * BadParam. */
+/** Reports the domains to browse or to register in, which is "local." alone; `flags` is BrowseDomains or
+ * RegistrationDomains, else BadParam, as for an interface that does not exist. */
 DNSSD_API DNSServiceErrorType DNSServiceEnumerateDomains(DNSServiceRef* sdRef, DNSServiceFlags flags,
                                                          uint32_t interfaceIndex,
                                                          DNSServiceDomainEnumReply callBack, void* context);
@@ -328,21 +334,42 @@ DNSSD_API DNSServiceErrorType DNSServiceRegister(DNSServiceRef* sdRef, DNSServic
                                                  DNSServiceRegisterReply callBack, void* context);
 
 /**
- * Replaces the TXT record of a registration (`recordRef` NULL), also before the registration has completed.
- * Identical data changes nothing. No callback follows.
- * @return BadParam for a null handle, BadReference for one that is no registration or an unknown record,
- *         Invalid for a malformed TXT record.
+ * Replaces the TXT record of a registration (`recordRef` NULL), also before the registration has completed,
+ * or the data of a record that was added or registered. Identical data changes nothing. No callback follows.
+ *
+ * @param sdRef The registration, or the connection that the record was registered on.
+ * @param recordRef NULL or the record.
+ * @param flags Of no effect.
+ * @param rdlen,rdata The data in wire form.
+ * @param ttl In seconds, 0 for the usual one; not used for a registration's own TXT record.
+ * @return BadParam for a null handle or missing data, BadReference for a handle that is no registration or an
+ *         unknown record, Invalid for a malformed TXT record.
  */
 DNSSD_API DNSServiceErrorType DNSServiceUpdateRecord(DNSServiceRef sdRef, DNSRecordRef recordRef,
                                                      DNSServiceFlags flags, uint16_t rdlen, const void* rdata,
                                                      uint32_t ttl);
 
-/** Not offered: returns Unsupported (BadParam for null arguments). */
+/**
+ * Adds a record to a registration that has been answered. It has the service's name, follows it through
+ * renames, and is withdrawn with it. No callback follows.
+ *
+ * @param sdRef The registration.
+ * @param[out] recordRef The record, for DNSServiceUpdateRecord and DNSServiceRemoveRecord.
+ * @param flags Of no effect.
+ * @param rrtype kDNSServiceType_…; several records of one type stand beside each other.
+ * @param rdlen,rdata The data in wire form, names uncompressed.
+ * @param ttl In seconds; 0 for 120.
+ * @return BadParam (also before the registration is answered, and for HINFO), BadReference for a handle that
+ *         is no registration, Invalid for a malformed TXT record.
+ */
 DNSSD_API DNSServiceErrorType DNSServiceAddRecord(DNSServiceRef sdRef, DNSRecordRef* recordRef,
                                                   DNSServiceFlags flags, uint16_t rrtype, uint16_t rdlen,
                                                   const void* rdata, uint32_t ttl);
 
-/** Not offered: returns BadReference, as no record can have been added (BadParam for null arguments). */
+/**
+ * Withdraws a record that was added or registered.
+ * @return BadParam for null arguments, BadReference for a record that the handle does not have (any more).
+ */
 DNSSD_API DNSServiceErrorType DNSServiceRemoveRecord(DNSServiceRef sdRef, DNSRecordRef recordRef,
                                                      DNSServiceFlags flags);
 
@@ -448,15 +475,49 @@ DNSSD_API DNSServiceErrorType DNSServiceQueryRecord(DNSServiceRef* sdRef, DNSSer
                                                     uint16_t rrtype, uint16_t rrclass,
                                                     DNSServiceQueryRecordReply callBack, void* context);
 
-/** Never called, as no single record can be registered. */
+/**
+ * The record is registered, or, with an error, it is not, or no longer: NameConflict when this host or
+ * another one has records of that name and type already.
+ */
 typedef void (*DNSServiceRegisterRecordReply)(DNSServiceRef sdRef, DNSRecordRef recordRef,
                                               DNSServiceFlags flags, DNSServiceErrorType errorCode,
                                               void* context);
 
-/** Not offered: returns Unsupported and sets `*sdRef` to NULL. */
+/**
+ * Makes a connection: one descriptor for any number of operations. An operation is started on it with the
+ * flag ShareConnection and a copy of the connection's handle, which becomes the operation's own:
+ *
+ *     DNSServiceRef browse = connection;
+ *     DNSServiceBrowse(&browse, kDNSServiceFlagsShareConnection, 0, "_demo._tcp", NULL, found, NULL);
+ *
+ * The descriptor of all of them is the connection's, and DNSServiceProcessResult, given the connection or any
+ * operation on it, hands over the oldest reply of all; MoreComing tells that another one waits, whichever
+ * operation it is for. To release an operation ends that one alone. To release the connection ends them all;
+ * their handles are freed with it and must not be used after that.
+ *
+ * A connection and all that is on it belong to one thread at a time. A start call with ShareConnection
+ * returns BadParam for a null handle and BadReference for one that is no connection.
+ * @return BadParam.
+ */
 DNSSD_API DNSServiceErrorType DNSServiceCreateConnection(DNSServiceRef* sdRef);
 
-/** Not offered: returns Unsupported (BadParam for null arguments). */
+/**
+ * Registers a single record; it stays registered until it is removed or the connection released.
+ *
+ * @param sdRef A connection (DNSServiceCreateConnection).
+ * @param[out] recordRef The record, for DNSServiceUpdateRecord and DNSServiceRemoveRecord.
+ * @param flags Exactly one of Shared, Unique and KnownUnique. A unique record is probed for first, one that
+ * is known to be unique is not.
+ * @param interfaceIndex Any, LocalOnly or an interface.
+ * @param fullname Escaped, with or without trailing dot.
+ * @param rrtype kDNSServiceType_…
+ * @param rrclass kDNSServiceClass_IN
+ * @param rdlen,rdata The data in wire form, names uncompressed.
+ * @param ttl In seconds; 0 for 120.
+ * @param callBack May be NULL.
+ * @param context Handed to the callback.
+ * @return BadParam, BadReference for a handle that is no connection, Invalid for a malformed TXT record.
+ */
 DNSSD_API DNSServiceErrorType DNSServiceRegisterRecord(DNSServiceRef sdRef, DNSRecordRef* recordRef,
                                                        DNSServiceFlags flags, uint32_t interfaceIndex,
                                                        const char* fullname, uint16_t rrtype,
@@ -464,7 +525,8 @@ DNSSD_API DNSServiceErrorType DNSServiceRegisterRecord(DNSServiceRef sdRef, DNSR
                                                        uint32_t ttl, DNSServiceRegisterRecordReply callBack,
                                                        void* context);
 
-/** Not offered: returns Unsupported (BadParam without a name). */
+/** Not offered: returns Unsupported (BadParam without a name or data, or for an interface that does not
+ * exist). */
 DNSSD_API DNSServiceErrorType DNSServiceReconfirmRecord(DNSServiceFlags flags, uint32_t interfaceIndex,
                                                         const char* fullname, uint16_t rrtype,
                                                         uint16_t rrclass, uint16_t rdlen, const void* rdata);
@@ -549,6 +611,10 @@ DNSSD_API uint16_t TXTRecordGetCount(uint16_t txtLen, const void* txtRecord);
 DNSSD_API DNSServiceErrorType TXTRecordGetItemAtIndex(uint16_t txtLen, const void* txtRecord,
                                                       uint16_t itemIndex, uint16_t keyBufLen, char* key,
                                                       uint8_t* valueLen, const void** value);
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }
