@@ -76,6 +76,11 @@ public:
     void nextDescriptor(int descriptor);
     /** DNSServiceProcessResult hands over all that waits, instead of one reply. */
     void setDraining(bool on) { draining = on; }
+    /** kDNSServiceFlagsMoreComing while a further reply to @p operation waits, as real libraries add it. */
+    static DNSServiceFlags moreComingOn(const Operation* operation)
+    {
+        return operation->replies.empty() ? 0 : kDNSServiceFlagsMoreComing;
+    }
     /** Called in every start call that succeeds or fails, before it returns, with the owner's context. */
     std::function<void(Operation*)> onStart;
 

@@ -14,7 +14,7 @@ namespace {
 
 using Op = DnsSdDouble::Operation;
 
-constexpr int deadlineMs = 10000;
+constexpr int deadlineMs = 3000;
 
 const char* data(const std::optional<QByteArray>& bytes)
 {
@@ -143,6 +143,7 @@ void ScriptedTest::init()
     logCapture.reset(); // of a test that failed
     logCapture = std::make_unique<LogCapture>();
     daemon.onStart = &watchOwner;
+    daemon.setDraining(qEnvironmentVariableIsSet("SCRIPTED_DRAINING"));
     guards.begin();
 }
 
@@ -210,8 +211,9 @@ void ScriptedTest::browseReplies(DNSServiceFlags flags, const char* name, std::u
     QVERIFY(operation);
     // Copies that live only as long as the callback: nobody may keep the pointers.
     queue(operation, [=, name = copy(name), type = copy(type), domain = copy(domain)] {
-        callbackOf<DNSServiceBrowseReply>(operation)(operation, flags, interfaceIndex, error, data(name),
-                                                     data(type), data(domain), operation->context);
+        callbackOf<DNSServiceBrowseReply>(operation)(operation, flags | DnsSdDouble::moreComingOn(operation),
+                                                     interfaceIndex, error, data(name), data(type),
+                                                     data(domain), operation->context);
     });
 }
 
@@ -226,8 +228,8 @@ void ScriptedTest::resolveReplies(Op* operation, std::uint32_t interfaceIndex, c
         return;
     queue(operation, [=] {
         callbackOf<DNSServiceResolveReply>(operation)(
-            operation, reply.flags, interfaceIndex, reply.error, data(reply.fullName), data(reply.host),
-            qToBigEndian(reply.port), std::uint16_t(reply.txt.size()),
+            operation, reply.flags | DnsSdDouble::moreComingOn(operation), interfaceIndex, reply.error,
+            data(reply.fullName), data(reply.host), qToBigEndian(reply.port), std::uint16_t(reply.txt.size()),
             reinterpret_cast<const unsigned char*>(reply.txt.constData()), operation->context);
     });
 }
@@ -254,10 +256,14 @@ void ScriptedTest::addressArrives(Op* operation, const char* address, std::uint3
     QByteArray bytes;
     sockaddr_in v4 = {};
     sockaddr_in6 v6 = {};
-    if (address && inet_pton(AF_INET, address, &v4.sin_addr) == 1) {
+    // Without a scope of its own an IPv6 address has that of another interface than the reply's.
+    const QByteArray host = QByteArray(address).split('%').first();
+    v6.sin6_scope_id =
+        host == address ? interfaceIndex + 100 : QByteArray(address).split('%').last().toUInt();
+    if (address && inet_pton(AF_INET, host, &v4.sin_addr) == 1) {
         v4.sin_family = AF_INET;
         bytes = QByteArray(reinterpret_cast<const char*>(&v4), sizeof v4);
-    } else if (address && inet_pton(AF_INET6, address, &v6.sin6_addr) == 1) {
+    } else if (address && inet_pton(AF_INET6, host, &v6.sin6_addr) == 1) {
         v6.sin6_family = AF_INET6;
         bytes = QByteArray(reinterpret_cast<const char*>(&v6), sizeof v6);
     } else {
@@ -266,9 +272,9 @@ void ScriptedTest::addressArrives(Op* operation, const char* address, std::uint3
     queue(operation, [=] {
         const auto* pointer =
             bytes.isEmpty() ? nullptr : reinterpret_cast<const sockaddr*>(bytes.constData());
-        callbackOf<DNSServiceGetAddrInfoReply>(operation)(operation, flags, interfaceIndex, error,
-                                                          operation->name.constData(), pointer, 120,
-                                                          operation->context);
+        callbackOf<DNSServiceGetAddrInfoReply>(operation)(
+            operation, flags | DnsSdDouble::moreComingOn(operation), interfaceIndex, error,
+            operation->name.toUpper().constData(), pointer, 120, operation->context);
     });
 }
 
@@ -287,9 +293,9 @@ void ScriptedTest::txtArrives(Op* operation, const QByteArray& rdata, std::uint3
         const auto bytes = std::make_unique<char[]>(std::size_t(rdata.size()));
         std::copy(rdata.begin(), rdata.end(), bytes.get());
         callbackOf<DNSServiceQueryRecordReply>(operation)(
-            operation, reply.flags, interfaceIndex, reply.error, data(reply.fullName), reply.rrtype,
-            reply.rrclass, std::uint16_t(rdata.size()), rdata.isNull() ? nullptr : bytes.get(), 4500,
-            operation->context);
+            operation, reply.flags | DnsSdDouble::moreComingOn(operation), interfaceIndex, reply.error,
+            data(reply.fullName), reply.rrtype, reply.rrclass, std::uint16_t(rdata.size()),
+            rdata.isNull() ? nullptr : bytes.get(), 4500, operation->context);
     });
 }
 
@@ -298,10 +304,11 @@ void ScriptedTest::registered(const char* name, DNSServiceErrorType error, DNSSe
     Op* const operation = daemon.newest(Op::Register);
     QVERIFY(operation);
     queue(operation, [=, name = std::optional<QByteArray>(name)] {
-        const QByteArray type("_demo._tcp.");
-        const QByteArray domain("local.");
-        callbackOf<DNSServiceRegisterReply>(operation)(operation, flags, error, data(name), type.constData(),
-                                                       domain.constData(), operation->context);
+        const QByteArray type("_Demo._TCP.");
+        const QByteArray domain("Local.");
+        callbackOf<DNSServiceRegisterReply>(operation)(
+            operation, flags | DnsSdDouble::moreComingOn(operation), error, data(name), type.constData(),
+            domain.constData(), operation->context);
     });
 }
 

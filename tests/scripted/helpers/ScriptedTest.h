@@ -19,6 +19,8 @@
 
 constexpr DNSServiceFlags add = kDNSServiceFlagsAdd;
 constexpr DNSServiceFlags moreComing = kDNSServiceFlagsMoreComing;
+/** Flags that the library never asked for; every reply carries them unless a test says otherwise. */
+constexpr DNSServiceFlags unasked = 0x10000000 | 0x4;
 constexpr auto anyProtocol = static_cast<MDnsProtocolType>(-1);
 
 /** What a resolve reply carries; the rest follows from the operation it answers. */
@@ -28,14 +30,14 @@ struct ResolveReply
     std::optional<QByteArray> host = QByteArray("kitchen.local.");
     std::uint16_t port = 8080;
     DNSServiceErrorType error = kDNSServiceErr_NoError;
-    DNSServiceFlags flags = 0;
+    DNSServiceFlags flags = unasked;
     QByteArray txt = QByteArray("\5never", 6);
 };
 
 /** What a TXT reply carries besides the record. */
 struct TxtReply
 {
-    DNSServiceFlags flags = add;
+    DNSServiceFlags flags = add | unasked;
     DNSServiceErrorType error = kDNSServiceErr_NoError;
     std::uint16_t rrtype = kDNSServiceType_TXT;
     std::uint16_t rrclass = kDNSServiceClass_IN;
@@ -47,7 +49,9 @@ struct TxtReply
  *
  * The verbs below make the daemon reply. A reply takes the whole road: descriptor, event loop, notifier, pump
  * slot, callback. It has arrived when the verb returns, unless `hold` is set: then it waits for deliver().
- * Every object that starts an operation is watched from its first call on: its signals and its end are in the
+ * Replies are as unkind as a DNS-SD library may be: they carry flags that nobody asked for, "more coming"
+ * while others wait, IPv6 scopes of another interface, and what they echo comes back in capitals. Every
+ * object that starts an operation is watched from its first call on: its signals and its end are in the
  * record, also those that nobody else can hear.
  */
 class ScriptedTest : public QObject
@@ -68,28 +72,31 @@ protected:
                        const char* domain = "local.");
     void browseAdd(const char* name, std::uint32_t interfaceIndex)
     {
-        browseReplies(add, name, interfaceIndex);
+        browseReplies(add | unasked, name, interfaceIndex);
     }
     void browseRemove(const char* name, std::uint32_t interfaceIndex)
     {
-        browseReplies(0, name, interfaceIndex);
+        browseReplies(unasked, name, interfaceIndex);
     }
     /** The newest resolve on this interface gets a reply. */
     void resolveReplies(std::uint32_t interfaceIndex, const ResolveReply& reply = {});
     void resolveReplies(Op* operation, std::uint32_t interfaceIndex, const ResolveReply& reply = {});
     /** As resolveReplies(), with the full name and host that belong to an instance name without escapes. */
     void resolveRepliesFor(const QByteArray& name, std::uint32_t interfaceIndex);
-    /** The newest address look-up on this interface gets a reply; no address is a null pointer. */
+    /** The newest address look-up on this interface gets a reply; no address is a null pointer, and "%7"
+     * behind an IPv6 address is its scope. */
     void addressArrives(const char* address, std::uint32_t interfaceIndex = 3,
-                        DNSServiceErrorType error = kDNSServiceErr_NoError, DNSServiceFlags flags = add);
+                        DNSServiceErrorType error = kDNSServiceErr_NoError,
+                        DNSServiceFlags flags = add | unasked);
     void addressArrives(Op* operation, const char* address, std::uint32_t interfaceIndex,
-                        DNSServiceErrorType error = kDNSServiceErr_NoError, DNSServiceFlags flags = add);
+                        DNSServiceErrorType error = kDNSServiceErr_NoError,
+                        DNSServiceFlags flags = add | unasked);
     /** The newest TXT query on this interface gets a reply. */
     void txtArrives(const QByteArray& rdata, std::uint32_t interfaceIndex = 3, const TxtReply& reply = {});
     void txtArrives(Op* operation, const QByteArray& rdata, std::uint32_t interfaceIndex,
                     const TxtReply& reply = {});
     void registered(const char* name, DNSServiceErrorType error = kDNSServiceErr_NoError,
-                    DNSServiceFlags flags = add);
+                    DNSServiceFlags flags = add | unasked);
     /** Runs the event loop until no reply waits. */
     void deliver();
     /** The timer of this object, checked to be the one timeout it should have, runs out now. */

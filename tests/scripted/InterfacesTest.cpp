@@ -102,6 +102,13 @@ private Q_SLOTS:
                  (QStringList{QStringLiteral("forceInstanceName()"), QStringLiteral("forceInstanceName()")}));
     }
 
+    void aValueIsForcedAsItIs()
+    {
+        NotingAdvertiser advertiser;
+        advertiser.configured(VeskValue(QStringLiteral(" Cellar.local. \n")), VeskValue());
+        QCOMPARE(advertiser.calls, QStringList{QStringLiteral("forceInstanceName( Cellar.local. \n)")});
+    }
+
     void otherKindsOfValueAreTakenAsText()
     {
         NotingAdvertiser advertiser;
@@ -224,4 +231,4 @@ private Q_SLOTS:
 
 static const TestClass<Interfaces> registeredClass("Interfaces");
 
-#include "tst_Interfaces.moc"
+#include "InterfacesTest.moc"

@@ -120,4 +120,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(Boundary)
-#include "boundary_test.moc"
+#include "BoundaryTest.moc"

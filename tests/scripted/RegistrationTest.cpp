@@ -244,7 +244,7 @@ private Q_SLOTS:
         QCOMPARE(
             record.of(Record::Call | Record::Connection).mid(1),
             (QStringList{QStringLiteral("DNSServiceResolve(#2, flags=0, if=0, name='Kitchen', "
-                                        "type='_demo._tcp.', domain='local.')"),
+                                        "type='_Demo._TCP.', domain='Local.')"),
                          QStringLiteral("DNSServiceRefSockFD(#2)"), QStringLiteral("DNSServiceRefSockFD(#2)"),
                          QStringLiteral("connect notifier of #2 2activated(int) to BonjourResolver "
                                         "1on_socketNotifier_activated(int) type=0 by text"),
@@ -324,17 +324,71 @@ private Q_SLOTS:
         registered("Kitchen");
         record.clear();
         registered("Kitchen");
-        QCOMPARE(record.of(Record::Destroyed),
-                 (QStringList{QStringLiteral("~notifier of #2"), QStringLiteral("~BonjourResolver #2")}));
+        // The new one has started before the old one goes.
+        QCOMPARE(
+            record.of(Record::Call | Record::Destroyed).mid(1),
+            (QStringList{QStringLiteral("DNSServiceResolve(#3, flags=0, if=0, name='Kitchen', "
+                                        "type='_Demo._TCP.', domain='Local.')"),
+                         QStringLiteral("DNSServiceRefSockFD(#3)"), QStringLiteral("DNSServiceRefSockFD(#3)"),
+                         QStringLiteral("DNSServiceRefDeallocate(#2)"), QStringLiteral("~notifier of #2"),
+                         QStringLiteral("~BonjourResolver #2")}));
         QCOMPARE(daemon.live(Op::Resolve), 1);
+        hostIsResolved("kitchen.local.");
+        QCOMPARE(signalsSeen().last(), QStringLiteral("nameRegistered(kitchen.local.)"));
+    }
+
+    void flagsOfTheReplyDoNotMatter_data()
+    {
+        QTest::addColumn<DNSServiceFlags>("flags");
+        QTest::newRow("none") << DNSServiceFlags(0);
+        QTest::newRow("add") << add;
+        QTest::newRow("more coming") << moreComing;
+        QTest::newRow("all bits") << DNSServiceFlags(0xFFFFFFFF);
+        QTest::newRow("all but add") << DNSServiceFlags(~add);
     }
 
     void flagsOfTheReplyDoNotMatter()
     {
+        QFETCH(DNSServiceFlags, flags);
         const auto started = advertiser();
         started->start();
-        registered("Kitchen", kDNSServiceErr_NoError, 0);
+        registered("Kitchen", kDNSServiceErr_NoError, flags);
         QCOMPARE(daemon.live(Op::Resolve), 1);
+        registered("Kitchen", kDNSServiceErr_Unknown, flags);
+        QCOMPARE(logs(QStringLiteral("DEBUG")).size(), 1);
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+    }
+
+    void theRegisteredNameIsReadAsUtf8_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("UTF-8") << QByteArray("K\xC3\xBC"
+                                             "che \xF0\x9F\x8D\xB3");
+        QTest::newRow("capitals and blanks") << QByteArray(" KITCHEN (2) ");
+        QTest::newRow("bytes that are no UTF-8") << QByteArray("K\xFF\xC3");
+        QTest::newRow("escapes are none") << QByteArray("A\\.B\\032");
+        QTest::newRow("longer than a label") << QByteArray(100, 'x');
+    }
+
+    void theRegisteredNameIsReadAsUtf8()
+    {
+        QFETCH(QByteArray, name);
+        const auto started = advertiser();
+        started->start();
+        registered(name.constData());
+        // What is asked for are the bytes of the text, not those of the reply.
+        QCOMPARE(daemon.newest(Op::Resolve)->name, QString::fromUtf8(name).toUtf8());
+        runOut(static_cast<BonjourResolver*>(daemon.newest(Op::Resolve)->context));
+        QCOMPARE(signalsSeen().last(),
+                 QStringLiteral("#2 resolveFailed(%1 on 0)").arg(QString::fromUtf8(name)));
+    }
+
+    void aNullNameIsResolvedAsAnEmptyOne()
+    {
+        const auto started = advertiser();
+        started->start();
+        registered(nullptr);
+        QCOMPARE(daemon.newest(Op::Resolve)->name, QByteArray(""));
     }
 
     void aRejectedRegistrationIsLoggedOnly()
@@ -351,6 +405,44 @@ private Q_SLOTS:
         record.clear();
         started->start();
         QCOMPARE(record.of(~0), QStringList());
+        // What the daemon makes of it later is still heard.
+        registered("Kitchen (2)");
+        hostIsResolved("kitchen.local.");
+        QCOMPARE(signalsSeen().last(), QStringLiteral("nameRegistered(kitchen.local.)"));
+    }
+
+    void aLateRejectionKeepsTheSelfResolverThatRuns()
+    {
+        const auto started = advertiser();
+        started->start();
+        registered("Kitchen");
+        registered(nullptr, kDNSServiceErr_NameConflict);
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+        hostIsResolved("kitchen.local.");
+        QCOMPARE(signalsSeen().last(), QStringLiteral("nameRegistered(kitchen.local.)"));
+    }
+
+    void aRejectionNamesWhatWasAskedFor()
+    {
+        const auto started = advertiser();
+        started->start();
+        registered("Kitchen (2)", kDNSServiceErr_NameConflict);
+        QCOMPARE(logs(QStringLiteral("DEBUG")),
+                 QStringList{QStringLiteral("Failed to register service: Kitchen, error: -65548")});
+    }
+
+    void aHostInAnotherCaseIsAnotherHost()
+    {
+        const auto started = advertiser();
+        started->start();
+        for (const char* host : {"kitchen.local.", "Kitchen.local.", "kitchen.local"}) {
+            registered("Kitchen");
+            hostIsResolved(host);
+        }
+        QCOMPARE(signalsSeen().filter(QStringLiteral("nameRegistered")),
+                 (QStringList{QStringLiteral("nameRegistered(kitchen.local.)"),
+                              QStringLiteral("nameRegistered(Kitchen.local.)"),
+                              QStringLiteral("nameRegistered(kitchen.local)")}));
     }
 
     void aFailedSelfResolveIsSilentAndStays()
@@ -388,4 +480,4 @@ private Q_SLOTS:
 
 static const TestClass<Registration> registeredClass("Registration");
 
-#include "tst_Registration.moc"
+#include "RegistrationTest.moc"

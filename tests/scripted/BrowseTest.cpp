@@ -39,6 +39,12 @@ private Q_SLOTS:
         QVERIFY(started.getClients().isEmpty());
     }
 
+    void theTypeIsBrowsedAsItIs()
+    {
+        const BonjourLister started(nullptr, QStringLiteral(" _Demo._TCP "), anyProtocol);
+        QCOMPARE(daemon.byId(1)->type, QByteArray(" _Demo._TCP "));
+    }
+
     void aRefusedBrowseLeavesTheListerEmptyForGood()
     {
         daemon.failNext(Op::Browse, kDNSServiceErr_ServiceNotRunning);
@@ -46,6 +52,8 @@ private Q_SLOTS:
         QCOMPARE(logs(QStringLiteral("ERROR")),
                  QStringList{QStringLiteral("Error starting BonjourLister: -65563")});
         QCOMPARE(logs().size(), 2);
+        QVERIFY(calls().last().startsWith(QLatin1String("DNSServiceBrowse(#1, ")));
+        QCOMPARE(calls().size(), 1);
         QVERIFY(refused->getClients().isEmpty());
         QCOMPARE(record.of(Record::Signal | Record::Connection), QStringList());
         QCoreApplication::processEvents();
@@ -205,8 +213,9 @@ private Q_SLOTS:
         record.clear();
         browseRemove("Kitchen", 3);
         QCOMPARE(record.of(Record::Log | Record::Destroyed | Record::Signal),
-                 (QStringList{replyTrace(QStringLiteral("flags=0 if=%1 error=0 serviceName=Kitchen "
+                 (QStringList{replyTrace(QStringLiteral("flags=%1 if=%2 error=0 serviceName=Kitchen "
                                                         "regtype=_demo._tcp. replyDomain=local.")
+                                             .arg(unasked)
                                              .arg(label(3))),
                               QStringLiteral("INFO BonjourLister: Browse remove: ") + on(3),
                               QStringLiteral("~notifier of #2"), QStringLiteral("~BonjourResolver #2"),
@@ -294,6 +303,98 @@ private Q_SLOTS:
                                                               "che \xF0\x9F\x8D\xB3"));
     }
 
+    void bytesThatAreNoUtf8AreAskedForAsTheTextTheyBecame()
+    {
+        const auto started = lister();
+        browseAdd("K\xFF\xC3", 3);
+        QCOMPARE(daemon.newest(Op::Resolve)->name, QByteArray("K\xEF\xBF\xBD\xEF\xBF\xBD"));
+        // Other bytes of the same text are the same instance.
+        browseAdd("K\xFE\xC3", 3);
+        QCOMPARE(logs(QStringLiteral("WARN")).size(), 1);
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+    }
+
+    void namesAreTakenAsTheyAre_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        for (const char* name :
+             {" Kitchen ", "KITCHEN", "Kitchen\n", "A\\032B", "Dr. Who", "", "Kitchen._demo._tcp"})
+            QTest::newRow(name) << QByteArray(name);
+    }
+
+    void namesAreTakenAsTheyAre()
+    {
+        QFETCH(QByteArray, name);
+        const auto started = lister();
+        browseAdd(name.constData(), 3);
+        QCOMPARE(daemon.newest(Op::Resolve)->name, name);
+        // Another spelling is another instance.
+        browseRemove((name + "x").constData(), 3);
+        browseRemove("kitchen", 3);
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+        browseRemove(name.constData(), 3);
+        QCOMPARE(daemon.live(Op::Resolve), 0);
+    }
+
+    void anotherTypeOrDomainIsTheSameInstance()
+    {
+        const auto started = listerWithKitchen();
+        browseReplies(0, "Kitchen", 3, kDNSServiceErr_NoError, "_Other._TCP", "example.com.");
+        QCOMPARE(signalsSeen(), QStringList{QStringLiteral("clientRemoved(Kitchen)")});
+        QCOMPARE(daemon.live(), 1);
+    }
+
+    void aRecordAloneIsNoReasonToWarn()
+    {
+        const auto started = listerWithKitchen();
+        browseAdd("Kitchen", 3); // drops the monitor
+        ResolveReply reply;
+        reply.error = kDNSServiceErr_Unknown;
+        resolveReplies(3, reply); // drops the resolver
+        QCOMPARE(started->getClients(), QStringList{QStringLiteral("Kitchen")});
+        QCOMPARE(daemon.live(), 1);
+        record.clear();
+        browseAdd("Kitchen", 3);
+        QCOMPARE(logs(QStringLiteral("WARN")), QStringList());
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+    }
+
+    void aRecordAloneIsRemovedByItsName()
+    {
+        const auto started = listerWithKitchen();
+        browseAdd("Kitchen", 3);
+        ResolveReply reply;
+        reply.error = kDNSServiceErr_Unknown;
+        resolveReplies(3, reply);
+        browseRemove("Kitchen", 3);
+        QCOMPARE(signalsSeen().last(), QStringLiteral("clientRemoved(Kitchen)"));
+        QVERIFY(started->getClients().isEmpty());
+    }
+
+    void anErrorReplyLeavesTheBrowseRunning()
+    {
+        const auto started = lister();
+        browseReplies(add, "Kitchen", 3, kDNSServiceErr_Unknown);
+        QCOMPARE(daemon.live(), 1);
+        browseAdd("Kitchen", 3);
+        QCOMPARE(daemon.live(Op::Resolve), 1);
+        QCOMPARE(calls().filter(QStringLiteral("DNSServiceBrowse")).size(), 1);
+    }
+
+    void queuedRepliesAreHandledOneByOne()
+    {
+        const auto started = lister();
+        hold = true;
+        browseAdd("Kitchen", 3);
+        browseRemove("Kitchen", 3);
+        browseAdd("Kitchen", 3);
+        browseAdd("Cellar", 3);
+        deliver();
+        QCOMPARE(daemon.live(Op::Resolve), 2);
+        QCOMPARE(signalsSeen(), QStringList{QStringLiteral("clientRemoved()")});
+        QCOMPARE(logs(QStringLiteral("INFO")).filter(QStringLiteral("Browse found")).size(), 3);
+    }
+
     void aFailedResolveIsDroppedAndNothingElse()
     {
         const auto started = lister();
@@ -364,4 +465,4 @@ private Q_SLOTS:
 
 static const TestClass<Browse> registeredClass("Browse");
 
-#include "tst_Browse.moc"
+#include "BrowseTest.moc"

@@ -177,6 +177,81 @@ private Q_SLOTS:
                  (QStringList{updated(QStringLiteral("a=1")), updated(QStringLiteral("a=1"))}));
     }
 
+    void anEmptyRecordOfTheWireIsAnEmptyKeyThatStays()
+    {
+        // On the wire a record is never empty: one empty item stands for none (RFC 6763, section 6.1).
+        const auto started = monitor();
+        const auto table = tableOf(started.get());
+        txtArrives(QByteArray("\0", 1));
+        QCOMPARE(*table, (Table{{QString(), QString()}}));
+        txtArrives(txt({"a=1"}));
+        QCOMPARE(*table, (Table{{QString(), QString()}, {QStringLiteral("a"), QStringLiteral("1")}}));
+        QCOMPARE(signalsSeen().size(), 2);
+    }
+
+    void flagsBesidesAddDoNotMatter_data()
+    {
+        QTest::addColumn<DNSServiceFlags>("flags");
+        QTest::newRow("add") << add;
+        QTest::newRow("add and more coming") << DNSServiceFlags(add | moreComing);
+        QTest::newRow("all bits") << DNSServiceFlags(0xFFFFFFFF);
+    }
+
+    void flagsBesidesAddDoNotMatter()
+    {
+        QFETCH(DNSServiceFlags, flags);
+        const auto started = monitor();
+        TxtReply reply;
+        reply.flags = flags;
+        txtArrives(txt({"a=1"}), 3, reply);
+        QCOMPARE(signalsSeen(), QStringList{updated(QStringLiteral("a=1"))});
+        reply.error = kDNSServiceErr_Unknown;
+        txtArrives(txt({"a=2"}), 3, reply);
+        QCOMPARE(signalsSeen().last(), QStringLiteral("#1 txtMonitorFailed()"));
+    }
+
+    void whatTheReplyEchoesDoesNotMatter()
+    {
+        const auto started = monitor();
+        TxtReply reply;
+        reply.fullName = "KITCHEN._Demo._TCP.Local.";
+        txtArrives(daemon.byId(1), txt({"a=1"}), 9, reply); // another interface, too
+        QCOMPARE(signalsSeen(), QStringList{updated(QStringLiteral("a=1"))});
+    }
+
+    void queuedReplies()
+    {
+        const auto started = monitor();
+        hold = true;
+        txtArrives(txt({"a=1"}));
+        txtArrives(txt({"b=2"}));
+        deliver();
+        QCOMPARE(signalsSeen(),
+                 (QStringList{updated(QStringLiteral("a=1")), updated(QStringLiteral("a=1 b=2"))}));
+    }
+
+    void aFailureKeepsWhatWasRead_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::addColumn<int>("rrtype");
+        QTest::newRow("error") << int(kDNSServiceErr_Unknown) << 16;
+        QTest::newRow("another type") << 0 << 1;
+    }
+
+    void aFailureKeepsWhatWasRead()
+    {
+        QFETCH(int, error);
+        QFETCH(int, rrtype);
+        const auto started = monitor();
+        txtArrives(txt({"a=1"}));
+        TxtReply reply;
+        reply.error = error;
+        reply.rrtype = std::uint16_t(rrtype);
+        txtArrives(txt({"a=2", "b=2"}), 3, reply);
+        txtArrives(txt({"c=3"}));
+        QCOMPARE(signalsSeen().last(), updated(QStringLiteral("a=1 c=3")));
+    }
+
     void entriesOfTheClientHandedOverStay()
     {
         MDnsVeskClient client;
@@ -348,4 +423,4 @@ private Q_SLOTS:
 
 static const TestClass<TxtMonitor> registeredClass("TxtMonitor");
 
-#include "tst_TxtMonitor.moc"
+#include "TxtMonitorTest.moc"

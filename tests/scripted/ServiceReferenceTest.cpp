@@ -25,6 +25,26 @@ private:
         open(reference);
     }
 
+    /** An object that has started an operation of this kind. */
+    static std::unique_ptr<QObject> make(Op::Kind kind)
+    {
+        switch (kind) {
+        case Op::Browse:
+            return lister();
+        case Op::Resolve:
+            return resolver();
+        case Op::GetAddrInfo:
+            return lookup();
+        case Op::QueryRecord:
+            return monitor();
+        case Op::Register:
+            break;
+        }
+        auto made = advertiser();
+        made->start();
+        return made;
+    }
+
 private Q_SLOTS:
     void isEmptyAtFirst()
     {
@@ -152,6 +172,7 @@ private Q_SLOTS:
     {
         const auto owner = lister();
         hold = true;
+        daemon.setDraining(false);
         browseAdd("Kitchen", 3);
         browseAdd("Cellar", 3);
         record.clear();
@@ -176,27 +197,7 @@ private Q_SLOTS:
     void aBrokenConnectionIsPumpedOnWithoutAWord()
     {
         QFETCH(int, kind);
-        std::unique_ptr<QObject> owner;
-        switch (kind) {
-        case Op::Browse:
-            owner = lister();
-            break;
-        case Op::Resolve:
-            owner = resolver();
-            break;
-        case Op::GetAddrInfo:
-            owner = lookup();
-            break;
-        case Op::QueryRecord:
-            owner = monitor();
-            break;
-        case Op::Register: {
-            auto made = advertiser();
-            made->start();
-            owner = std::move(made);
-            break;
-        }
-        }
+        const std::unique_ptr<QObject> owner = make(Op::Kind(kind));
         record.clear();
         daemon.breakConnection(daemon.byId(1));
         for (int round = 0; round < 50 && calls().size() < 3; ++round)
@@ -205,6 +206,47 @@ private Q_SLOTS:
         for (const QString& call : calls())
             QCOMPARE(call, QStringLiteral("DNSServiceProcessResult(#1)"));
         QCOMPARE(record.of(Record::Log | Record::Signal), QStringList());
+    }
+
+    void anErrorReplyLeavesTheOwnerListening_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::newRow("browse") << int(Op::Browse);
+        QTest::newRow("resolve") << int(Op::Resolve);
+        QTest::newRow("lookup") << int(Op::GetAddrInfo);
+        QTest::newRow("monitor") << int(Op::QueryRecord);
+        QTest::newRow("registration") << int(Op::Register);
+    }
+
+    void anErrorReplyLeavesTheOwnerListening()
+    {
+        QFETCH(int, kind);
+        const std::unique_ptr<QObject> owner = make(Op::Kind(kind));
+        for (const DNSServiceErrorType error : {kDNSServiceErr_Unknown, kDNSServiceErr_NoError}) {
+            if (kind == Op::Browse)
+                browseReplies(add, "Kitchen", 3, error);
+            else if (kind == Op::Resolve) {
+                ResolveReply reply;
+                reply.error = error;
+                resolveReplies(3, reply);
+            } else if (kind == Op::GetAddrInfo)
+                addressArrives(error ? nullptr : "10.0.0.1", 3, error);
+            else if (kind == Op::QueryRecord) {
+                TxtReply reply;
+                reply.error = error;
+                txtArrives(txt({"a=1"}), 3, reply);
+            } else
+                registered("Kitchen", error);
+        }
+        // Both replies were fetched, and the second one did its work.
+        QCOMPARE(record.of(Record::Reply),
+                 (QStringList{QStringLiteral("#1 replies"), QStringLiteral("#1 replies")}));
+        if (kind == Op::GetAddrInfo)
+            QCOMPARE(signalsSeen().last(), QStringLiteral("#1 resolved(10.0.0.1)"));
+        else if (kind == Op::QueryRecord)
+            QVERIFY(signalsSeen().last().startsWith(QLatin1String("#1 clientUpdated(")));
+        else
+            QCOMPARE(daemon.live(), 2);
     }
 
     void aDescriptorNumberIsUsedAgainWithoutConfusion()
@@ -224,4 +266,4 @@ private Q_SLOTS:
 
 static const TestClass<ServiceReference> registeredClass("ServiceReference");
 
-#include "tst_ServiceReference.moc"
+#include "ServiceReferenceTest.moc"

@@ -408,4 +408,4 @@ private Q_SLOTS:
 
 static const TestClass<Deletion> registeredClass("Deletion");
 
-#include "tst_Deletion.moc"
+#include "DeletionTest.moc"

@@ -21,6 +21,8 @@ private Q_SLOTS:
         row("three backslashes give one", QStringLiteral("x\\\\\\y"), QStringLiteral("x\\y"));
         row("a produced backslash takes part in the next match", QStringLiteral("\\092065"),
             QStringLiteral("A"));
+        row("a produced digit completes an escape before it", QStringLiteral("\\04\\053"),
+            QStringLiteral("-"));
         row("two produced backslashes are a pair", QStringLiteral("\\092\\092"), QStringLiteral("\\"));
         row("an escaped backslash before digits is a numeric escape", QStringLiteral("a\\\\123"),
             QStringLiteral("a{"));
@@ -34,6 +36,8 @@ private Q_SLOTS:
         row("nothing to do", QStringLiteral("Kitchen 2 (b)"), QStringLiteral("Kitchen 2 (b)"));
         row("one digit at the end", QStringLiteral("a\\1"), QStringLiteral("a1"));
         row("two digits and a letter", QStringLiteral("\\12x"), QStringLiteral("12x"));
+        row("what would be UTF-8 stays two characters", QStringLiteral(u"\u00C3\u00A9"),
+            QStringLiteral(u"\u00C3\u00A9"));
         row("each escape is one character of its own", QStringLiteral("\\195\\169"),
             QStringLiteral(u"\u00C3\u00A9"));
         row("digits of another script become zero", QStringLiteral(u"a\\\u0661\u0662\u0663b"),
@@ -82,4 +86,4 @@ private Q_SLOTS:
 
 static const TestClass<Unescape> registeredClass("Unescape");
 
-#include "tst_Unescape.moc"
+#include "UnescapeTest.moc"

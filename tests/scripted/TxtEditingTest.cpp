@@ -119,6 +119,22 @@ private Q_SLOTS:
         QCOMPARE(logs(), QStringList{QStringLiteral("INFO BonjourAdvertiser: Adding txt: %1=x").arg(name)});
     }
 
+    void theSameEntryAgainIsSentAgain()
+    {
+        const auto started = advertising();
+        started->updateTxt(QStringLiteral("k"), QStringLiteral("v"));
+        record.clear();
+        started->updateTxt(QStringLiteral("k"), QStringLiteral("v"));
+        QCOMPARE(calls().last(), update(4, QStringLiteral("'\\03k=v'")));
+    }
+
+    void keysAndValuesAreTakenAsTheyAre()
+    {
+        const auto started = advertising();
+        started->updateTxt(QStringLiteral(" K "), QStringLiteral(" V "));
+        QCOMPARE(calls().last(), update(8, QStringLiteral("'\\07 K = V '")));
+    }
+
     void aKeyIsReplaced()
     {
         const auto started = advertising();
@@ -237,4 +253,4 @@ private Q_SLOTS:
 
 static const TestClass<TxtEditing> registeredClass("TxtEditing");
 
-#include "tst_TxtEditing.moc"
+#include "TxtEditingTest.moc"

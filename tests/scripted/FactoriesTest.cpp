@@ -97,6 +97,17 @@ private Q_SLOTS:
         QCOMPARE(daemon.newest(Op::Browse)->type, QByteArray("_demo._tcp"));
     }
 
+    void nameAndTypeAreTakenAsTheyAre()
+    {
+        const Advertiser advertiser(MDnsAdvertiserFactory::create(nullptr, QStringLiteral(" Room. "),
+                                                                  QStringLiteral(" _demo._tcp "), 8080));
+        QCOMPARE(daemon.newest(Op::Register)->name, QByteArray(" Room. "));
+        QCOMPARE(daemon.newest(Op::Register)->type, QByteArray(" _demo._tcp "));
+        const std::unique_ptr<MDnsLister> lister(
+            MDnsListerFactory::create(nullptr, QStringLiteral(" _demo._tcp "), MDnsProtocolType::IPv4));
+        QCOMPARE(daemon.newest(Op::Browse)->type, QByteArray(" _demo._tcp "));
+    }
+
     void createInternalLeavesTheAdvertiserIdle()
     {
         const Advertiser advertiser(MDnsAdvertiserFactory::createInternal(
@@ -199,4 +210,4 @@ private Q_SLOTS:
 
 static const TestClass<Factories> registeredClass("Factories");
 
-#include "tst_Factories.moc"
+#include "FactoriesTest.moc"

@@ -136,6 +136,7 @@ private Q_SLOTS:
     {
         int replies = 0;
         const DNSServiceRef sdRef = browse(&replies);
+        daemon.setDraining(false);
         QVERIFY(!readable(DNSServiceRefSockFD(sdRef)));
         replyTo(sdRef);
         replyTo(sdRef);
@@ -158,6 +159,23 @@ private Q_SLOTS:
         DNSServiceProcessResult(sdRef);
         QCOMPARE(replies, 2);
         DNSServiceRefDeallocate(sdRef);
+    }
+
+    void moreComingIsSaidWhileAReplyWaits()
+    {
+        const auto started = lookup();
+        hold = true;
+        addressArrives("10.0.0.1", 3, kDNSServiceErr_NoError, add);
+        addressArrives("10.0.0.2", 3, kDNSServiceErr_NoError, add);
+        QList<DNSServiceFlags> flags;
+        Op* const operation = daemon.byId(1);
+        operation->callback = reinterpret_cast<void (*)()>(DNSServiceGetAddrInfoReply(
+            [](DNSServiceRef, DNSServiceFlags given, std::uint32_t, DNSServiceErrorType, const char*,
+               const sockaddr*, std::uint32_t,
+               void* context) { static_cast<QList<DNSServiceFlags>*>(context)->append(given); }));
+        operation->context = &flags;
+        deliver();
+        QCOMPARE(flags, (QList<DNSServiceFlags>{add | moreComing, add}));
     }
 
     void aHandleReleasedInItsOwnCallbackGetsNoFurtherReply()
@@ -224,4 +242,4 @@ private Q_SLOTS:
 
 static const TestClass<DnsSdDoubleTest> registeredClass("DnsSdDouble");
 
-#include "tst_DnsSdDouble.moc"
+#include "DnsSdDoubleTest.moc"

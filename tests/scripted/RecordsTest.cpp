@@ -191,4 +191,4 @@ private:
 
 static const TestClass<Records> registeredClass("Records");
 
-#include "tst_Records.moc"
+#include "RecordsTest.moc"

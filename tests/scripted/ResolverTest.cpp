@@ -103,6 +103,16 @@ private Q_SLOTS:
             QStringLiteral("End\\._demo"));
         row("ends in an escaped dot", "trail\\.._demo._tcp.local.", QStringLiteral("trail."));
         row("begins with a dot", "._demo._tcp.local.", QStringLiteral("._demo"));
+        row("ends in a character outside the basic plane", "Kitchen \xF0\x9F\x8D\xB3._demo._tcp.local.",
+            QStringLiteral(u"Kitchen \U0001F373"));
+        row("one character outside the basic plane", "\xF0\x9F\x8D\xB3._demo._tcp.local.",
+            QStringLiteral(u"\U0001F373"));
+        row("an escaped dot behind a character outside the basic plane",
+            "\xF0\x9F\x8D\xB3\\.x._demo._tcp.local.", QStringLiteral(u"\U0001F373.x"));
+        row("ends in a newline", "Kitchen\n._demo._tcp.local.", QStringLiteral("Kitchen\n"));
+        row("blanks around", " Kitchen ._demo._tcp.local.", QStringLiteral(" Kitchen "));
+        row("capitals", "KITCHEN._DEMO._TCP.LOCAL.", QStringLiteral("KITCHEN"));
+        row("bytes that are no UTF-8", "K\xFF._demo._tcp.local.", QStringLiteral(u"K\uFFFD"));
         row("UTF-8",
             "K\xC3\xBC"
             "che._demo._tcp.local.",
@@ -146,6 +156,99 @@ private Q_SLOTS:
         QVERIFY(signalsSeen().last().contains(QLatin1String("{host= name=Kitchen")));
     }
 
+    void hosts_data()
+    {
+        QTest::addColumn<QByteArray>("host");
+        QTest::newRow("UTF-8") << QByteArray("k\xC3\xBC"
+                                             "che.local.");
+        QTest::newRow("capitals") << QByteArray("Kitchen-2.Local.");
+        QTest::newRow("bytes that are no UTF-8") << QByteArray("k\xFF\xC3.local.");
+        QTest::newRow("escapes") << QByteArray("my\\032kitchen\\.x.local.");
+        QTest::newRow("blanks around") << QByteArray(" kitchen ");
+        QTest::newRow("no dot at the end") << QByteArray("kitchen.local");
+        QTest::newRow("empty") << QByteArray("");
+    }
+
+    void hosts()
+    {
+        QFETCH(QByteArray, host);
+        ResolveReply reply;
+        reply.host = host;
+        const auto started = resolver();
+        QString reported;
+        connect(started.get(), &BonjourResolver::resolveSucceeded,
+                [&](const ResolveData&, const MDnsVeskClient& client) { reported = client.hostName; });
+        resolveReplies(3, reply);
+        // The look-up gets the very bytes, the record their text.
+        QCOMPARE(daemon.byId(2)->name, host);
+        addressArrives("10.0.0.1");
+        QCOMPARE(reported, QString::fromUtf8(host));
+    }
+
+    void flagsOfTheReplyDoNotMatter_data()
+    {
+        QTest::addColumn<DNSServiceFlags>("flags");
+        QTest::newRow("none") << DNSServiceFlags(0);
+        QTest::newRow("add") << add;
+        QTest::newRow("more coming") << moreComing;
+        QTest::newRow("all bits") << DNSServiceFlags(0xFFFFFFFF);
+    }
+
+    void flagsOfTheReplyDoNotMatter()
+    {
+        QFETCH(DNSServiceFlags, flags);
+        ResolveReply reply;
+        reply.flags = flags;
+        const auto started = resolver();
+        resolveReplies(3, reply);
+        QVERIFY(!timerOf(started.get())->isActive());
+        addressArrives("10.0.0.1");
+        QCOMPARE(signalsSeen().last(), succeeded(QStringLiteral("10.0.0.1")));
+        reply.error = kDNSServiceErr_Unknown;
+        resolveReplies(3, reply);
+        QVERIFY(signalsSeen().last().startsWith(QLatin1String("#1 resolveFailed(")));
+    }
+
+    void queuedRepliesAreAllHandled()
+    {
+        const auto started = resolver();
+        hold = true;
+        resolveReplies(3);
+        resolveReplies(3);
+        deliver();
+        QCOMPARE(lookups().size(), 2);
+        addressArrives("10.0.0.1");
+        addressArrives("10.0.0.2");
+        deliver();
+        QCOMPARE(signalsSeen().last(), succeeded(QStringLiteral("10.0.0.1 10.0.0.2")));
+    }
+
+    void anErrorReplyKeepsTheLookupThatRuns()
+    {
+        const auto started = resolver();
+        resolveReplies(3);
+        ResolveReply reply;
+        reply.error = kDNSServiceErr_Unknown;
+        reply.fullName = "Other._demo._tcp.local.";
+        reply.host = "other.local.";
+        reply.port = 1;
+        resolveReplies(daemon.byId(1), 3, reply);
+        QCOMPARE(daemon.live(Op::GetAddrInfo), 1);
+        addressArrives("10.0.0.1");
+        QCOMPARE(signalsSeen().last(), succeeded(QStringLiteral("10.0.0.1")));
+    }
+
+    void aTimeoutKeepsTheOperationTheLookupAndTheTimer()
+    {
+        const auto started = resolver();
+        resolveReplies(3);
+        runOut(static_cast<BonjourGetAddrInfo*>(daemon.byId(2)->context));
+        QCOMPARE(daemon.live(), 2);
+        QVERIFY(timerOf(started.get()));
+        addressArrives("10.0.0.1");
+        QCOMPARE(signalsSeen().last(), succeeded(QStringLiteral("10.0.0.1")));
+    }
+
     void aReplyIsTracedThenLooksUpItsHostOnItsInterface()
     {
         const auto started = resolver("Kitchen", 3, MDnsProtocolType::IPv6);
@@ -171,6 +274,9 @@ private Q_SLOTS:
                                "type=0"),
                 QStringLiteral("connect BonjourGetAddrInfo resolveFailed() to BonjourResolver type=0")}));
         QVERIFY(!timerOf(started.get())->isActive());
+        // The instance stays the one that was browsed.
+        addressArrives("fe80::1", 5);
+        QVERIFY(signalsSeen().last().startsWith(QLatin1String("#1 resolveSucceeded(Kitchen on 3 [")));
     }
 
     void ports_data()
@@ -289,15 +395,16 @@ private Q_SLOTS:
         const auto started = resolver();
         resolveReplies(3);
         hold = true;
-        resolveReplies(3);
         addressArrives(daemon.byId(2), "10.0.0.1", 3);
-        // Whichever descriptor comes first: the old look-up's address is reported at most once, and never
-        // after.
-        deliver();
-        hold = false;
+        resolveReplies(daemon.byId(1), 3);
+        started->on_socketNotifier_activated(0); // the resolver's own reply comes first
         record.clear();
+        deliver();
+        QCOMPARE(record.of(~0), QStringList());
+        QCOMPARE(daemon.live(Op::GetAddrInfo), 1);
+        hold = false;
         addressArrives("10.0.0.2");
-        QCOMPARE(record.of(Record::Reply), QStringList{QStringLiteral("#3 replies")});
+        QCOMPARE(signalsSeen().last(), succeeded(QStringLiteral("10.0.0.2")));
     }
 
     void theTimeoutFailsAndALateReplyStillSucceeds()
@@ -371,4 +478,4 @@ private Q_SLOTS:
 
 static const TestClass<Resolver> registeredClass("Resolver");
 
-#include "tst_Resolver.moc"
+#include "ResolverTest.moc"

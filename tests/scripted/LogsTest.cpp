@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ScriptedTest.h"
 
+#include <QProcess>
 #include <QRegularExpression>
+#include <algorithm>
+#include <cstdlib>
+#include <log4cplus/appender.h>
+#include <log4cplus/hierarchy.h>
 #include <log4cplus/logger.h>
+#include <unistd.h>
 
 namespace {
 
@@ -110,6 +116,65 @@ QString headOf(const Kind& kind)
         head += QStringLiteral("Enter [") + QLatin1String(kind.function) + QStringLiteral("]: ");
     return head + QLatin1String(kind.begins);
 }
+
+// --- The loggers' life, told by a process of its own
+// ---------------------------------------------------------
+
+constexpr char lifeOfLoggers[] = "SCRIPTED_LIFE_OF_LOGGERS";
+
+void tell(const std::string& event)
+{
+    ::write(STDOUT_FILENO, (event + '\n').data(), event.size() + 1);
+}
+
+/** Goes with the last owner of its logger. */
+class MortalAppender : public log4cplus::Appender
+{
+public:
+    explicit MortalAppender(const std::string& loggerName)
+        : name(loggerName)
+    {
+    }
+    ~MortalAppender() override
+    {
+        destructorImpl();
+        tell("released " + name);
+    }
+    void close() override { closed = true; }
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent&) override {}
+
+private:
+    std::string name;
+};
+
+/** Once the loggers are no longer known by name, only a look-up makes them known again. */
+void tellOfLoggers()
+{
+    if (!qEnvironmentVariableIsSet(lifeOfLoggers))
+        return;
+    const std::string names[] = {"BonjourAdvertiser", "BonjourLister"};
+    for (const std::string& name : names)
+        if (log4cplus::Logger::exists(name)) {
+            tell("at load " + name);
+            log4cplus::Logger::getInstance(name).addAppender(
+                log4cplus::SharedAppenderPtr(new MortalAppender(name)));
+        }
+    log4cplus::Logger::getDefaultHierarchy().clear();
+    {
+        const BonjourLister lister(nullptr, QStringLiteral("_demo._tcp"), MDnsProtocolType::IPv4);
+        BonjourAdvertiser advertiser(nullptr, QStringLiteral("Kitchen"), QStringLiteral("_demo._tcp"), 80);
+        advertiser.start();
+        advertiser.updateTxt(QStringLiteral("k"), QStringLiteral("v"));
+    }
+    for (const std::string& name : names)
+        if (log4cplus::Logger::exists(name))
+            tell("looked up again " + name);
+    std::exit(0);
+}
+
+Q_COREAPP_STARTUP_FUNCTION(tellOfLoggers)
 
 } // namespace
 
@@ -251,10 +316,20 @@ private Q_SLOTS:
                                  .arg(QLatin1String(listerStart))});
     }
 
-    void bothLoggersAreThereFromTheStart()
+    void loggersAreLookedUpOnceAtLoadAndReleasedAtUnload()
     {
-        QVERIFY(log4cplus::Logger::exists("BonjourAdvertiser"));
-        QVERIFY(log4cplus::Logger::exists("BonjourLister"));
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QString::fromLatin1(lifeOfLoggers), QStringLiteral("1"));
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), QStringList());
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.readAllStandardError(), QByteArray());
+        QList<QByteArray> lines = child.readAllStandardOutput().trimmed().split('\n');
+        std::sort(lines.begin(), lines.end());
+        QCOMPARE(lines, (QList<QByteArray>{"at load BonjourAdvertiser", "at load BonjourLister",
+                                           "released BonjourAdvertiser", "released BonjourLister"}));
     }
 
     void repliesWithNullPointersAreSafeAtEveryLevel_data()
@@ -308,4 +383,4 @@ private Q_SLOTS:
 
 static const TestClass<Logs> registeredClass("Logs");
 
-#include "tst_Logs.moc"
+#include "LogsTest.moc"
