@@ -51,6 +51,11 @@ void Peer::remove(const QString& name, const QString& key)
     order({QStringLiteral("remove"), name, key});
 }
 
+void Peer::count(const QString& name, const QString& key, int last, int milliseconds)
+{
+    order({QStringLiteral("count"), name, key, last, milliseconds});
+}
+
 void Peer::withdraw(const QString& name)
 {
     order({QStringLiteral("withdraw"), name});
@@ -82,4 +87,16 @@ Watch::Watch(MDnsProtocolType protocol)
     , m_changed(m_lister.get(), &MDnsLister::clientChanged)
     , m_removed(m_lister.get(), &MDnsLister::clientRemoved)
 {
+    QObject::connect(m_lister.get(), &MDnsLister::clientChanged, &m_changed,
+                     [this](const QString& name) { m_clients << m_lister->getClient(name); });
+}
+
+QStringList Watch::values(const QString& name, const QString& key) const
+{
+    QStringList all;
+    for (const MDnsVeskClient& client : m_clients) {
+        if (client.serviceName == name && client.txt.contains(key))
+            all << client.txt.value(key);
+    }
+    return all;
 }

@@ -28,6 +28,8 @@ public:
     void advertise(const QString& name, int port = 8080);
     void set(const QString& name, const QString& key, const QString& value);
     void remove(const QString& name, const QString& key);
+    /** Once it is registered, sets a key to 1, 2 and so on at that pace. */
+    void count(const QString& name, const QString& key, int last, int milliseconds);
     void withdraw(const QString& name);
     /** Ends without a word, as a process that crashed. */
     void kill();
@@ -53,11 +55,14 @@ public:
     MDnsVeskClient client(const QString& name) const { return m_lister->getClient(name); }
     QStringList clients() const { return m_lister->getClients(); }
     int changes(const QString& name) const { return m_changed.count({name}); }
+    /** What the key's value was at each change. */
+    QStringList values(const QString& name, const QString& key) const;
     int removals(const QString& name) const { return m_removed.count({name}); }
 
 private:
     std::unique_ptr<MDnsLister> m_lister;
     QSignalSpy m_changed;
+    QVector<MDnsVeskClient> m_clients; ///< as they were at each change
     QSignalSpy m_removed;
 };
 

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void advertisedServiceIsListedWithItsRecord();
     void advertiserLearnsItsHostName();
     void editedTxtEntryArrives();
+    void sixtyQuickEditsArriveInTheirOrderToTheLast();
     void removedTxtEntryKeepsItsLastValue();
     void configuredNameReplacesTheNameAndItsRemovalRestoresIt();
     void takenNameIsRenamedAndBothAreListed();
@@ -73,6 +74,23 @@ void DiscoveryTest::editedTxtEntryArrives()
     m_hostb->set("Edited", "oven", "ready");
     EVENTUALLY(watch.client("Edited").txt.value("oven") == "ready");
     QVERIFY(watch.changes("Edited") > before);
+}
+
+void DiscoveryTest::sixtyQuickEditsArriveInTheirOrderToTheLast()
+{
+    constexpr int Last = 60;
+    Watch watch;
+    m_hostb->advertise("Dimmer");
+    m_hostb->count("Dimmer", "level", Last, 250);
+    EVENTUALLY(watch.client("Dimmer").txt.value("level") == QString::number(Last));
+    // By the time that this change is seen, all that has been replaced is gone.
+    m_hostb->advertise("Bystander");
+    m_hostb->count("Bystander", "level", 1, 4000);
+    EVENTUALLY(watch.client("Bystander").txt.value("level") == "1");
+    const QStringList values = watch.values("Dimmer", "level");
+    QVERIFY2(values.size() > Last / 6, "too little has happened to tell");
+    for (int i = 1; i < values.size(); ++i)
+        QVERIFY2(values[i].toInt() > values[i - 1].toInt(), qPrintable(values.join(' ')));
 }
 
 void DiscoveryTest::removedTxtEntryKeepsItsLastValue()
@@ -248,4 +266,4 @@ int DiscoveryTest::ownConnections() const
 }
 
 QTEST_GUILESS_MAIN(DiscoveryTest)
-#include "discovery_test.moc"
+#include "DiscoveryTest.moc"

@@ -64,4 +64,4 @@ void LinksTest::goodbyeRemovesBothRecords()
 }
 
 QTEST_GUILESS_MAIN(LinksTest)
-#include "links_test.moc"
+#include "LinksTest.moc"

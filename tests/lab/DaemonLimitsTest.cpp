@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // A daemon that takes one client with four objects and no more.
-#include "dnssd_lab.h"
+#include "DnssdLab.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 using namespace vesk::dnssd::tests;
 
-TEST(Limits, WhatTheDaemonRefusesIsReported)
+TEST(DaemonLimits, OperationsBeyondThemAreRefusedUntilThereIsRoom)
 {
     constexpr std::size_t Room = 4;
     constexpr std::size_t Asked = 12;

@@ -177,4 +177,4 @@ void WireTest::largestTxtItemOfAnotherProgramArrives()
 }
 
 QTEST_GUILESS_MAIN(WireTest)
-#include "wire_test.moc"
+#include "WireTest.moc"

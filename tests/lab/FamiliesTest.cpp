@@ -74,4 +74,4 @@ void FamiliesTest::listerOfBothGetsWhatThereIs()
 }
 
 QTEST_GUILESS_MAIN(FamiliesTest)
-#include "families_test.moc"
+#include "FamiliesTest.moc"

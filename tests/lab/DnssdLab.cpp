@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "dnssd_lab.h"
+#include "DnssdLab.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -8,10 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 
 namespace vesk::dnssd::tests {
@@ -71,6 +73,47 @@ void Beside::end()
     m_process = -1;
 }
 
+Listener::Listener(const std::string& addresses)
+    : m_file(std::string(std::getenv("LAB_DIR")) + "/heard")
+    , m_process("exec lab-on hostb '" DNSSD_LISTENER "' lan1 " + addresses + " >" + m_file)
+{
+}
+
+bool Listener::isReady() const
+{
+    return waitUntil({}, [this] { return count("listening") == 1; });
+}
+
+std::size_t Listener::count(const std::string& line) const
+{
+    const auto all = lines();
+    return static_cast<std::size_t>(std::count(all.begin(), all.end(), line));
+}
+
+std::vector<std::string> Listener::lines() const
+{
+    std::ifstream file(m_file);
+    std::vector<std::string> all;
+    for (std::string line; std::getline(file, line);)
+        all.push_back(line);
+    return all;
+}
+
+std::string publishOnHostb(const std::string& name, const std::string& txt)
+{
+    return "exec lab-on hostb avahi-publish -s '" + name + "' _demo._tcp 8080 " + txt + " >/dev/null 2>&1";
+}
+
+std::string craftOnHostb(const std::string& orders)
+{
+    return "exec lab-on hostb '" DNSSD_CRAFTED_PEER "' 10.99.1.2 " + orders;
+}
+
+std::string item(const std::string& text)
+{
+    return static_cast<char>(text.size()) + text;
+}
+
 bool isSeenFrom(const std::string& host, const std::string& type, const std::string& text,
                 const std::vector<Handle*>& handles)
 {
@@ -78,7 +121,7 @@ bool isSeenFrom(const std::string& host, const std::string& type, const std::str
     return waitUntil(handles, [&] { return outputOf(command).find(text) != std::string::npos; });
 }
 
-Quiet watchQuiet(const std::vector<Handle*>& handles, std::chrono::milliseconds time)
+Idle measureIdle(const std::vector<Handle*>& handles, std::chrono::milliseconds time)
 {
     std::vector<pollfd> descriptors;
     for (const Handle* handle : handles)

@@ -2,6 +2,7 @@
 // lab-peer: advertises services as its input says and reports each signal, one JSON array a line. It reads
 //   ["advertise", NAME, TYPE, PORT]   ["withdraw", NAME]
 //   ["set", NAME, KEY, VALUE]         ["remove", NAME, KEY]
+//   ["count", NAME, KEY, LAST, MILLISECONDS]   once it is registered sets the key to 1, 2 and so on
 // and writes ["nameRegistered", NAME, HOST]. It ends with its input.
 #include "ErrorLog.h"
 
@@ -12,6 +13,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <cstdio>
 #include <unistd.h>
 
@@ -28,6 +30,8 @@ public:
             m_advertisers.value(name)->updateTxt(order[2].toString(), order[3].toString());
         else if (verb == QLatin1String("remove"))
             m_advertisers.value(name)->rmTxt(order[2].toString());
+        else if (verb == QLatin1String("count"))
+            count(m_advertisers.value(name), order[2].toString(), order[3].toInt(), order[4].toInt());
         else if (verb == QLatin1String("withdraw"))
             delete m_advertisers.take(name);
         else
@@ -44,6 +48,18 @@ private:
             std::puts(QJsonDocument(report).toJson(QJsonDocument::Compact).constData());
             std::fflush(stdout);
         });
+    }
+
+    static void count(MDnsAdvertiser* advertiser, const QString& key, int last, int milliseconds)
+    {
+        auto* timer = new QTimer(advertiser);
+        QObject::connect(timer, &QTimer::timeout, advertiser, [=, value = 0]() mutable {
+            advertiser->updateTxt(key, QString::number(++value));
+            if (value == last)
+                timer->deleteLater();
+        });
+        QObject::connect(advertiser, &MDnsAdvertiser::nameRegistered, timer,
+                         [=] { timer->start(milliseconds); });
     }
 
     QObject m_owner;
