@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "Arguments.h"
+#include "CommandLine.h"
 #include "Commands.h"
+#include "DescriptorLimit.h"
 #include "ExitCode.h"
 #include "Session.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 // Qt would read the arguments in the locale's encoding and lose what "C" cannot hold; names of services are
 // UTF-8 whatever the locale.
-QStringList commandLine(int argc, char** argv)
+QStringList wordsOf(int argc, char** argv)
 {
     QStringList words;
     for (int i = 0; i < argc; ++i)
@@ -20,26 +21,26 @@ QStringList commandLine(int argc, char** argv)
 
 int run(Session* session)
 {
-    switch (session->arguments.command) {
-    case Arguments::Command::Help:
+    switch (session->commandLine.command) {
+    case CommandLine::Command::Help:
         session->output.raw(helpText().toUtf8());
         return ExitDone;
-    case Arguments::Command::Version:
+    case CommandLine::Command::Version:
         session->output.line("vesk-mdns " VESK_MDNS_VERSION);
         return ExitDone;
-    case Arguments::Command::Browse:
+    case CommandLine::Command::Browse:
         return browse(session);
-    case Arguments::Command::BrowseTypes:
+    case CommandLine::Command::BrowseTypes:
         return browseTypes(session);
-    case Arguments::Command::Resolve:
+    case CommandLine::Command::Resolve:
         return resolve(session);
-    case Arguments::Command::Advertise:
+    case CommandLine::Command::Advertise:
         return advertise(session);
-    case Arguments::Command::ConfigGet:
-    case Arguments::Command::ConfigSet:
-    case Arguments::Command::ConfigUnset:
+    case CommandLine::Command::ConfigGet:
+    case CommandLine::Command::ConfigSet:
+    case CommandLine::Command::ConfigUnset:
         return config(session);
-    case Arguments::Command::Doctor:
+    case CommandLine::Command::Doctor:
         return doctor(session);
     }
     return ExitWrongArguments;
@@ -49,9 +50,10 @@ int run(Session* session)
 
 int main(int argc, char** argv)
 {
+    raiseDescriptorLimit();
     QCoreApplication application(argc, argv);
     try {
-        Session session(parseArguments(commandLine(argc, argv)));
+        Session session(parseCommandLine(wordsOf(argc, argv)));
         return run(&session);
     } catch (const UsageError& error) {
         Output::complain(QString::fromUtf8(error.what()));
