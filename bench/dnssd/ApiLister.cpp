@@ -167,7 +167,7 @@ Outcome listByApi(const std::string& library, unsigned instances, std::chrono::s
     return ApiLister(library, instances).run(limit);
 }
 
-std::vector<Stage> holdAndRelease(const std::string& library, unsigned instances, std::chrono::seconds limit)
+std::vector<Stage> watchAndRelease(const std::string& library, unsigned instances, std::chrono::seconds limit)
 {
     ApiLister lister(library, instances);
     std::vector<Stage> stages{{"before", Usage::now()}};

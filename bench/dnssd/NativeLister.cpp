@@ -18,8 +18,8 @@ namespace {
 class NativeLister
 {
 public:
-    NativeLister(Native way, unsigned instances)
-        : m_way(way)
+    NativeLister(NativeMethod method, unsigned instances)
+        : m_method(method)
         , m_wanted(instances)
     {
         m_clients.push_back(connect(m_poll));
@@ -71,7 +71,7 @@ private:
         if (!isNew)
             return; // the same by the other protocol
         Instance* instance = &entry->second;
-        if (m_way != Native::KeepRecords) {
+        if (m_method != NativeMethod::KeepRecords) {
             make([&](AvahiClient* client) {
                 return avahi_service_resolver_new(client, interface, protocol, name, type, domain,
                                                   AVAHI_PROTO_UNSPEC, AvahiLookupFlags(0), resolved,
@@ -96,7 +96,7 @@ private:
         if (event != AVAHI_RESOLVER_FOUND)
             return;
         instance->lister->count(*instance);
-        if (instance->lister->m_way == Native::ReleaseResolvers)
+        if (instance->lister->m_method == NativeMethod::ReleaseResolvers)
             avahi_service_resolver_free(resolver);
     }
 
@@ -118,7 +118,7 @@ private:
             instance->lister->count(*instance);
     }
 
-    /// Once a host: its name on the wire is good enough to know it again.
+    /// Once per host, identified by its name in wire format.
     void lookUpHost(AvahiIfIndex interface, AvahiProtocol protocol, const std::string& serviceData)
     {
         std::string host;
@@ -141,7 +141,7 @@ private:
             ++m_complete;
     }
 
-    Native m_way;
+    NativeMethod m_method;
     unsigned m_wanted;
     unsigned m_complete = 0;
     Poll m_poll;
@@ -152,9 +152,9 @@ private:
 
 } // namespace
 
-Outcome listNatively(Native way, unsigned instances, std::chrono::seconds limit)
+Outcome listNatively(NativeMethod method, unsigned instances, std::chrono::seconds limit)
 {
-    return NativeLister(way, instances).run(limit);
+    return NativeLister(method, instances).run(limit);
 }
 
 } // namespace bench

@@ -15,29 +15,29 @@ namespace {
 
 constexpr int OperationsOfAKind = 200;
 
-void handOver(const std::string& command)
+void runLabCommand(const std::string& command)
 {
     if (std::system(command.c_str()) != 0)
         throw std::runtime_error('\'' + command + "' failed; run this as './run bench dnssd'");
 }
 
-/// Starts many operations of every kind, each for something else, and keeps them while it lives.
-class Starter
+/// Starts many operations of every kind, each for another name, and keeps them while it lives.
+class StartTimer
 {
 public:
-    explicit Starter(const Api& api)
+    explicit StartTimer(const Api& api)
         : m_api(api)
     {
         for (int i = 0; i < OperationsOfAKind; ++i)
             startOneOfEach(std::to_string(i));
     }
-    ~Starter()
+    ~StartTimer()
     {
         for (const DNSServiceRef handle : m_handles)
             m_api.release(handle);
     }
-    Starter(const Starter&) = delete;
-    Starter& operator=(const Starter&) = delete;
+    StartTimer(const StartTimer&) = delete;
+    StartTimer& operator=(const StartTimer&) = delete;
 
     /// In microseconds, shortest first.
     std::vector<double> times() const
@@ -110,14 +110,14 @@ void timeStartCalls(const std::string& library)
     std::printf("\n%d start calls of five kinds, in microseconds\n%-38s %9s %9s %9s\n", 5 * OperationsOfAKind,
                 "the daemon", "median", "99%", "longest");
     std::fflush(stdout);
-    print("answers", Starter(api).times());
-    handOver("lab-daemon hosta stop");
-    print("is stopped (SIGSTOP)", Starter(api).times());
-    handOver("lab-daemon hosta cont");
-    handOver("lab-daemon hosta kill");
-    print("is gone", Starter(api).times());
-    handOver("lab-daemon hosta start");
-    print("is just back", Starter(api).times());
+    print("answers", StartTimer(api).times());
+    runLabCommand("lab-daemon hosta stop");
+    print("is stopped (SIGSTOP)", StartTimer(api).times());
+    runLabCommand("lab-daemon hosta cont");
+    runLabCommand("lab-daemon hosta kill");
+    print("is gone", StartTimer(api).times());
+    runLabCommand("lab-daemon hosta start");
+    print("is just back", StartTimer(api).times());
 }
 
 } // namespace bench

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef VESK_BENCH_STAY_H
-#define VESK_BENCH_STAY_H
+#ifndef VESK_BENCH_RUN_UNTIL_EOF_H
+#define VESK_BENCH_RUN_UNTIL_EOF_H
 
 #include "Poll.h"
 
@@ -12,16 +12,16 @@ namespace bench {
 
 constexpr auto Never = std::chrono::steady_clock::time_point::max();
 
-/// Whoever started this process wants it to end.
+/// The parent process closes the pipe to end this one.
 inline bool inputIsClosed()
 {
     pollfd input{0, POLLIN, 0};
     return ::poll(&input, 1, 0) != 0;
 }
 
-/// Says "ready" when it is, and goes on until standard input is closed.
+/// Prints "ready" as soon as `isReady()`, and goes on until standard input is closed.
 template <typename Ready>
-void stay(Poll& poll, Ready isReady)
+void runUntilEof(Poll& poll, Ready isReady)
 {
     poll.runUntil(Never, [&] { return isReady() || inputIsClosed(); });
     std::puts("ready");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Quiet.h"
+#include "IdleWait.h"
 
 #include <filesystem>
 #include <fstream>
@@ -13,13 +13,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// More than the half second for which a daemon keeps an answer back (RFC 6762 section 7.2).
-constexpr auto QuietTime = 1s;
+/// More than the half second for which a daemon may delay an answer (RFC 6762 section 7.2).
+constexpr auto IdleTime = 1s;
 constexpr auto Limit = 2min;
 constexpr auto Interval = 50ms;
 constexpr auto Reserve = 200ms;
 
-/// In the system's ticks, of one process; zero if it is no daemon, or gone.
+/// Processor time in clock ticks; zero if the process is no daemon, or gone.
 unsigned long daemonTime(const std::filesystem::path& process)
 {
     std::ifstream file(process / "stat");
@@ -47,7 +47,7 @@ unsigned long timeOfAllDaemons()
 
 } // namespace
 
-void waitUntilQuiet()
+void waitUntilIdle()
 {
     const auto begin = std::chrono::steady_clock::now();
     auto since = begin;
@@ -58,7 +58,7 @@ void waitUntilQuiet()
         if (later != time)
             since = now;
         time = later;
-        if (now - since >= QuietTime)
+        if (now - since >= IdleTime)
             return;
         if (now - begin >= Limit)
             throw std::runtime_error("the daemons do not come to rest");

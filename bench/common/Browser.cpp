@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "Lister.h"
-#include "Stay.h"
+#include "Outcome.h"
+#include "Peers.h"
+#include "RunUntilEof.h"
 
 #include <avahi-client/lookup.h>
 
@@ -21,7 +22,7 @@ int browse(unsigned instances)
     };
     avahi_service_browser_new(client.get(), AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, ServiceType, nullptr,
                               AvahiLookupFlags(0), browsed, &names);
-    stay(poll, [&] { return names.size() >= instances; });
+    runUntilEof(poll, [&] { return names.size() >= instances; });
     return 0;
 }
 

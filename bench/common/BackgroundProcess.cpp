@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "Companion.h"
+#include "BackgroundProcess.h"
 
-#include "Quiet.h"
+#include "IdleWait.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -19,9 +19,10 @@ constexpr int WriteEnd = 1;
 
 } // namespace
 
-Companion::Companion(const std::string& program, const char* host, const char* task, unsigned instances)
+BackgroundProcess::BackgroundProcess(const std::string& program, const char* host, const char* task,
+                                     unsigned instances)
 {
-    waitUntilQuiet();
+    waitUntilIdle();
     int input[2];
     int output[2];
     if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0)
@@ -43,17 +44,17 @@ Companion::Companion(const std::string& program, const char* host, const char* t
     if (!isReady) {
         end();
         throw std::runtime_error(std::string("'") + task + "' does not work on host " + host +
-                                 "; run this as './run bench dnssd'");
+                                 "; run this by './run bench'");
     }
-    waitUntilQuiet();
+    waitUntilIdle();
 }
 
-Companion::~Companion()
+BackgroundProcess::~BackgroundProcess()
 {
     end();
 }
 
-void Companion::end() const
+void BackgroundProcess::end() const
 {
     close(m_input);
     waitpid(m_process, nullptr, 0);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "Lister.h"
-#include "Stay.h"
+#include "Outcome.h"
+#include "Peers.h"
+#include "RunUntilEof.h"
 
 #include <avahi-client/publish.h>
 #include <avahi-common/strlst.h>
@@ -12,20 +13,20 @@ namespace bench {
 
 namespace {
 
-/// Four records a service, and a group holds 32 as the daemon is installed.
+/// A service has four records, and the daemon's default limit is 32 records a group.
 constexpr unsigned ServicesPerGroup = 7;
 
-struct Offers
+struct Publications
 {
     Poll poll;
     Client client = connect(poll);
     unsigned established = 0;
 
-    AvahiEntryGroup* publishSome(unsigned first, unsigned end)
+    AvahiEntryGroup* publishGroup(unsigned first, unsigned end)
     {
         const auto changed = [](AvahiEntryGroup*, AvahiEntryGroupState state, void* self) {
             if (state == AVAHI_ENTRY_GROUP_ESTABLISHED)
-                ++static_cast<Offers*>(self)->established;
+                ++static_cast<Publications*>(self)->established;
         };
         AvahiEntryGroup* group = avahi_entry_group_new(client.get(), changed, this);
         for (unsigned i = first; i < end; ++i) {
@@ -46,15 +47,16 @@ struct Offers
 
 int publish(unsigned instances)
 {
-    Offers offers;
+    Publications publications;
     unsigned groups = 0;
     for (unsigned i = 0; i < instances; i += ServicesPerGroup) {
-        offers.publishSome(i, std::min(i + ServicesPerGroup, instances));
+        publications.publishGroup(i, std::min(i + ServicesPerGroup, instances));
         ++groups;
-        // A few at a time, or the daemon is busy with probes that overtake each other.
-        offers.poll.runUntil(Never, [&] { return offers.established + 16 >= groups || inputIsClosed(); });
+        // A few at a time, or the daemon is busy with overlapping probes.
+        publications.poll.runUntil(
+            Never, [&] { return publications.established + 16 >= groups || inputIsClosed(); });
     }
-    stay(offers.poll, [&] { return offers.established == groups; });
+    runUntilEof(publications.poll, [&] { return publications.established == groups; });
     return 0;
 }
 

@@ -2,6 +2,7 @@
 #include "Usage.h"
 
 #include <malloc.h>
+#include <time.h>
 
 #include <filesystem>
 #include <fstream>
@@ -31,12 +32,24 @@ unsigned long statusValue(const std::string& key)
     return 0;
 }
 
+double processorTime()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
 } // namespace
 
 Usage Usage::now()
 {
-    return {static_cast<unsigned>(statusValue("Threads")), countDescriptors("socket:"), countDescriptors(""),
-            statusValue("VmRSS"), mallinfo2().uordblks / 1024};
+    const double time = processorTime(); // before what follows takes some
+    return {static_cast<unsigned>(statusValue("Threads")),
+            countDescriptors("socket:"),
+            countDescriptors(""),
+            statusValue("VmRSS"),
+            mallinfo2().uordblks / 1024,
+            time};
 }
 
 } // namespace bench
