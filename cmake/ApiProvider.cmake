@@ -7,23 +7,12 @@ elseif(NOT VESK_API_PROVIDER STREQUAL "system")
     message(FATAL_ERROR "VESK_API_PROVIDER is '${VESK_API_PROVIDER}'; use 'standin' or 'system'.")
 endif()
 
-set(VESK_API_ROOT "" CACHE PATH "Where the device's core library is installed")
-find_path(VESK_API_INCLUDE_DIR CMValueItem.h HINTS "${VESK_API_ROOT}" PATH_SUFFIXES include include/vesk-api)
-find_library(VESK_API_LIBRARY vesk_api HINTS "${VESK_API_ROOT}" PATH_SUFFIXES lib ${CMAKE_INSTALL_LIBDIR})
-if(NOT VESK_API_INCLUDE_DIR OR NOT VESK_API_LIBRARY)
-    message(FATAL_ERROR "No libvesk_api with CMValueItem.h found; set VESK_API_ROOT to where it is installed.")
-endif()
-
-add_library(vesk_api SHARED IMPORTED GLOBAL)
-add_library(Vesk::api ALIAS vesk_api)
-set_target_properties(vesk_api PROPERTIES IMPORTED_LOCATION "${VESK_API_LIBRARY}"
-                                          INTERFACE_INCLUDE_DIRECTORIES "${VESK_API_INCLUDE_DIR}")
-target_link_libraries(vesk_api INTERFACE Qt5::Core)
+find_package(VeskApi REQUIRED)
 
 include(CheckCXXSourceCompiles)
 # vesk_api_must_have(<variable> <name> <headers> <code>): stops the configuration when <code> does not link.
 function(vesk_api_must_have variable name header code)
-    set(CMAKE_REQUIRED_LIBRARIES vesk_api)
+    set(CMAKE_REQUIRED_LIBRARIES Vesk::api)
     set(CMAKE_REQUIRED_FLAGS "-fPIC")
     check_cxx_source_compiles("#include <${header}>\n#include <iostream>\nint main() { ${code} }" ${variable})
     if(NOT ${variable})

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+#include <QByteArray>
+
+class CMPath
+{
+public:
+    static CMPath fromEncoded(const QByteArray& encoded);
+};
