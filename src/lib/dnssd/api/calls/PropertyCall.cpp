@@ -36,7 +36,8 @@ VeskDnssdBackendInfo currentBackend()
     const auto engine = processEngineIfAny();
     const auto state = engine ? engine->backendState() : Backend::State::Absent;
     const auto chosen = static_cast<VeskDnssdBackend>(chosenBackend());
-    const auto inUse = chosen == kVeskDnssdBackend_Auto ? kVeskDnssdBackend_Daemon : chosen;
+    const VeskDnssdBackend daemon = kVeskDnssdBackend_Daemon;
+    const auto inUse = chosen == kVeskDnssdBackend_Auto ? daemon : chosen;
     return {chosen, inUse, static_cast<VeskDnssdBackendState>(state)};
 }
 
