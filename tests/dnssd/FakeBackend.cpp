@@ -150,14 +150,41 @@ private:
     std::shared_ptr<char> m_alive = std::make_shared<char>();
 };
 
-class FakeBackend::FakePublication final : public Backend::Publication, private Started
+/// What was published: a service or a single record.
+class FakeBackend::Published : private Started
+{
+public:
+    void publishLater()
+    {
+        later([this] { m_listener.onPublished(); });
+    }
+    void collideLater()
+    {
+        later([this] { m_listener.onNameConflict(); });
+    }
+    void failLater(BackendError error)
+    {
+        later([this, error] { m_listener.onPublishFailed(error); });
+    }
+
+protected:
+    Published(FakeBackend& backend, PublishListener& listener)
+        : Started(backend)
+        , m_listener(listener)
+    {
+    }
+
+private:
+    PublishListener& m_listener;
+};
+
+class FakeBackend::FakePublication final : public Backend::Publication, public Published
 {
 public:
     FakePublication(FakeBackend& backend, Service service, PublishListener& listener)
-        : Started(backend)
+        : Published(backend, listener)
         , m_backend(backend)
         , m_service(std::move(service))
-        , m_listener(listener)
     {
         m_backend.m_published.push_back(m_service);
         m_backend.m_publications.insert(this);
@@ -172,33 +199,19 @@ public:
 
     const std::string& name() const { return m_service.name; }
     const Service& service() const { return m_service; }
-    void publishLater()
-    {
-        later([this] { m_listener.onPublished(); });
-    }
-    void collideLater()
-    {
-        later([this] { m_listener.onNameConflict(); });
-    }
-    void failLater(BackendError error)
-    {
-        later([this, error] { m_listener.onPublishFailed(error); });
-    }
 
 private:
     FakeBackend& m_backend;
     Service m_service;
-    PublishListener& m_listener;
 };
 
-class FakeBackend::FakeRecordPublication final : public Backend::RecordPublication, private Started
+class FakeBackend::FakeRecordPublication final : public Backend::RecordPublication, public Published
 {
 public:
     FakeRecordPublication(FakeBackend& backend, PublishedRecord record, PublishListener& listener)
-        : Started(backend)
+        : Published(backend, listener)
         , m_backend(backend)
         , m_record(std::move(record))
-        , m_listener(listener)
     {
         m_backend.m_records.push_back(this);
         ++m_backend.m_recordChanges;
@@ -217,23 +230,10 @@ public:
 
     const PublishedRecord& record() const { return m_record; }
     std::string name() const { return toText(m_record.name); }
-    void publishLater()
-    {
-        later([this] { m_listener.onPublished(); });
-    }
-    void collideLater()
-    {
-        later([this] { m_listener.onNameConflict(); });
-    }
-    void failLater(BackendError error)
-    {
-        later([this, error] { m_listener.onPublishFailed(error); });
-    }
 
 private:
     FakeBackend& m_backend;
     PublishedRecord m_record;
-    PublishListener& m_listener;
 };
 
 class FakeBackend::FakeResolve final : public Backend::ActiveResolve, private Started

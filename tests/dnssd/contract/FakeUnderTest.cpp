@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // The responder that other tests play, in a time of its own.
-#include "BackendUnderTest.h"
 #include "FakeBackend.h"
-#include "ManualClock.h"
 #include "SrvData.h"
+#include "UnderTestInManualTime.h"
 #include "dns_sd.h"
 
 #include <algorithm>
@@ -17,36 +16,15 @@ namespace vesk::dnssd::tests {
 
 namespace {
 
-std::string wireTxt(const std::string& item)
-{
-    return static_cast<char>(item.size()) + item;
-}
-
-class FakeUnderTest final : public BackendUnderTest
+class FakeUnderTest final : public UnderTestInManualTime
 {
 public:
-    const Clock& clock() const override { return m_clock; }
-
     std::unique_ptr<Backend> make(EventLoop& loop, Backend::StateListener& listener) override
     {
         auto backend = std::make_unique<FakeBackend>(loop, listener);
         m_backend = backend.get();
         return backend;
     }
-
-    bool runUntil(EventLoop& loop, const std::function<bool()>& condition) override
-    {
-        for (auto time = 0ms; time < 60s; time += 10ms) {
-            reach();
-            loop.runUntilIdle();
-            if (condition())
-                return true;
-            m_clock.advance(loop, 10ms);
-        }
-        return false;
-    }
-
-    Labels type() const override { return {"_contract", "_tcp"}; }
 
     void announce(const std::string& name, const std::string& txtItem) override
     {
@@ -99,8 +77,7 @@ public:
     std::string hostName() const override { return "hosta"; }
 
 private:
-    /// What a backend does by itself while it is in use.
-    void reach()
+    void beforeStep() override
     {
         if (m_backend->isInUse() && m_backend->isReachable() && !m_backend->isShutDown())
             m_backend->change(Backend::State::Running);
@@ -125,7 +102,6 @@ private:
                 record(host, kDNSServiceType_A, "\x0A\x01\x01\x02")};
     }
 
-    ManualClock m_clock;
     FakeBackend* m_backend = nullptr;
     std::map<std::string, std::string> m_txtItems;
 };

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // The network in memory, in a time of its own.
-#include "BackendUnderTest.h"
-#include "ManualClock.h"
 #include "MemoryBackend.h"
 #include "ServiceRecords.h"
+#include "UnderTestInManualTime.h"
 #include "dns_sd.h"
 
 #include <algorithm>
-
-using namespace std::chrono_literals;
 
 namespace vesk::dnssd::tests {
 
@@ -17,41 +14,21 @@ namespace {
 
 const Labels Domain{"local"};
 
-std::string wireTxt(const std::string& item)
-{
-    return static_cast<char>(item.size()) + item;
-}
-
 /// A program that keeps its name as long as the network lives.
 class Taker final : public MemoryNetwork::Holder
 {
     void onNameConflict() override {}
 };
 
-class MemoryUnderTest final : public BackendUnderTest
+class MemoryUnderTest final : public UnderTestInManualTime
 {
 public:
-    const Clock& clock() const override { return m_clock; }
-
     std::unique_ptr<Backend> make(EventLoop& loop, Backend::StateListener& listener) override
     {
         auto backend = std::make_unique<MemoryBackend>(loop, listener);
         m_backend = backend.get();
         return backend;
     }
-
-    bool runUntil(EventLoop& loop, const std::function<bool()>& condition) override
-    {
-        for (auto time = 0ms; time < 60s; time += 10ms) {
-            loop.runUntilIdle();
-            if (condition())
-                return true;
-            m_clock.advance(loop, 10ms);
-        }
-        return false;
-    }
-
-    Labels type() const override { return {"_contract", "_tcp"}; }
 
     void announce(const std::string& name, const std::string& txtItem) override
     {
@@ -106,7 +83,6 @@ private:
         return data;
     }
 
-    ManualClock m_clock;
     MemoryBackend* m_backend = nullptr;
     Taker m_taker;
 };

@@ -50,6 +50,15 @@ protected:
     }
     void settle() { loop.runUntilIdle(); }
     void advance(std::chrono::microseconds time) { clock.advance(loop, time); }
+    /// And not a microsecond earlier.
+    void expectNextIsReadableAfter(std::chrono::microseconds time)
+    {
+        put(*b);
+        advance(time - 1us);
+        EXPECT_FALSE(isReadable(*b));
+        advance(1us);
+        EXPECT_TRUE(isReadable(*b));
+    }
 
     ManualClock clock;
     EventLoop loop{clock};
@@ -100,11 +109,7 @@ TEST_F(ReplySignalsTest, ManyTogetherMakeTheNextOneWait)
     const auto many = putEight();
     advance(2ms);
     ASSERT_TRUE(isReadable(*many.back()));
-    put(*b);
-    advance(1999us);
-    EXPECT_FALSE(isReadable(*b));
-    advance(1us);
-    EXPECT_TRUE(isReadable(*b));
+    expectNextIsReadableAfter(2ms);
 }
 
 TEST_F(ReplySignalsTest, AfterTwoMillisecondsThereIsNoDelayAgain)
@@ -120,22 +125,14 @@ TEST_F(ReplySignalsTest, FiveHundredDescriptorsMakeTheNextOneWaitSixMilliseconds
 {
     openDescriptors(500);
     const auto queues = putEight();
-    put(*b);
-    advance(5999us);
-    EXPECT_FALSE(isReadable(*b));
-    advance(1us);
-    EXPECT_TRUE(isReadable(*b));
+    expectNextIsReadableAfter(6ms);
 }
 
 TEST_F(ReplySignalsTest, NoNumberOfDescriptorsMakesItWaitLongerThanTwelveMilliseconds)
 {
     openDescriptors(5000);
     const auto queues = putEight();
-    put(*b);
-    advance(11999us);
-    EXPECT_FALSE(isReadable(*b));
-    advance(1us);
-    EXPECT_TRUE(isReadable(*b));
+    expectNextIsReadableAfter(12ms);
 }
 
 TEST_F(ReplySignalsTest, LineWhoseRepliesAreTakenMeanwhileIsNotSignalled)

@@ -9,7 +9,18 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using ResolveOnce = Traffic;
+class ResolveOnce : public Traffic
+{
+protected:
+    /// And not a millisecond earlier.
+    void expectWatchAfter(std::chrono::milliseconds delay)
+    {
+        advance(delay - 1ms);
+        EXPECT_EQ(askedCount(kDNSServiceType_SRV), 0U);
+        advance(1ms);
+        EXPECT_EQ(askedCount(kDNSServiceType_SRV), 1U);
+    }
+};
 
 } // namespace
 
@@ -90,10 +101,7 @@ TEST_F(ResolveOnce, IsFollowedByAWatchOfTheRecords)
     Browse browse("_demo._tcp");
     settle(browse);
     Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
-    advance(499ms);
-    EXPECT_EQ(askedCount(kDNSServiceType_SRV), 0U);
-    advance(1ms);
-    EXPECT_EQ(askedCount(kDNSServiceType_SRV), 1U);
+    expectWatchAfter(500ms);
     advance(249ms);
     EXPECT_EQ(askedCount(kDNSServiceType_TXT), 0U) << "the text has just been told";
     advance(1ms);
@@ -115,10 +123,7 @@ TEST_F(ResolveOnce, IsFollowedByTheWatchWhenTheBackendSays)
     Browse browse("_demo._tcp");
     settle(browse);
     Resolve resolve("Kitchen", "_demo._tcp", "local", Lan1);
-    advance(19ms);
-    EXPECT_EQ(askedCount(kDNSServiceType_SRV), 0U);
-    advance(1ms);
-    EXPECT_EQ(askedCount(kDNSServiceType_SRV), 1U);
+    expectWatchAfter(20ms);
 }
 
 TEST_F(ResolveOnce, GivesWayToQueriesForAnInstanceThatIsNotBrowsed)
