@@ -15,6 +15,7 @@ private Q_SLOTS:
     void configIsReadWithVerbPathAndValue();
     void familyOptionsChooseTheProtocol_data();
     void familyOptionsChooseTheProtocol();
+    void backendIsReadAsItIsWritten();
     void timeoutInSecondsIsReadAsMilliseconds_data();
     void timeoutInSecondsIsReadAsMilliseconds();
     void validTypeIsAcceptedWithoutTrailingDot_data();
@@ -101,6 +102,12 @@ void CommandLineTest::familyOptionsChooseTheProtocol()
     QCOMPARE(int(parsed(options + QStringList{"browse", "_demo._tcp"}).protocol), protocol);
 }
 
+void CommandLineTest::backendIsReadAsItIsWritten()
+{
+    QCOMPARE(parsed({"--backend", "process", "doctor"}).backend, QString("process"));
+    QCOMPARE(parsed({"doctor"}).backend, QString());
+}
+
 void CommandLineTest::timeoutInSecondsIsReadAsMilliseconds_data()
 {
     QTest::addColumn<QString>("text");
@@ -184,6 +191,8 @@ void CommandLineTest::wrongCommandLineIsRefusedWithARemedy_data()
     row("time-out not finite", {"-t", "nan", "browse"}, "is no time-out", "--timeout 5");
     row("time-out endless", {"-t", "inf", "browse"}, "is no time-out", "--timeout 5");
     row("useless time-out", {"-t", "1", "doctor"}, "--timeout has no meaning", "browse");
+    row("unknown backend", {"--backend", "Process", "browse"}, "\"Process\" is no backend",
+        "auto, daemon or process");
     row("useless family", {"--ipv6", "browse"}, "--ipv6 has no meaning", "browse TYPE");
     row("log file missing", {"--log-config", "/nowhere", "browse"}, "\"/nowhere\" cannot be read",
         "log4cplus");

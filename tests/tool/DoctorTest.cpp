@@ -13,6 +13,8 @@ class DoctorTest : public QObject
 
 private Q_SLOTS:
     void doctorFindsAllInOrder();
+    void doctorNeedsNeitherBusNorDaemonForTheResponderInsideTheProcess();
+    void doctorFindsThatAnUnknownBackendIsChosen();
     void doctorTakesADaemonWithoutHostAddressForHealthy();
     void doctorFindsThatPublishingIsForbidden_data();
     void doctorFindsThatPublishingIsForbidden();
@@ -63,8 +65,32 @@ void DoctorTest::doctorFindsAllInOrder()
         subjects.append(check["check"].toString());
         QVERIFY(check["ok"].toBool());
     }
-    QCOMPARE(subjects,
-             QStringList({"bus", "daemon", "interface", "interface", "library", "advertise", "browse"}));
+    QCOMPARE(subjects, QStringList({"bus", "daemon", "interface", "interface", "library", "backend",
+                                    "advertise", "browse"}));
+}
+
+void DoctorTest::doctorNeedsNeitherBusNorDaemonForTheResponderInsideTheProcess()
+{
+    runOnLab("lab-bus", {"hosta", "kill"});
+    ToolProcess tool({"--backend", "process", "doctor"});
+    const int status = tool.status();
+    runOnLab("lab-bus", {"hosta", "start"});
+    runOnLab("lab-daemon", {"hosta", "start"});
+    const QString report = QString::fromUtf8(tool.readAllStandardOutput()).simplified();
+    QVERIFY2(status == 0, qPrintable(report));
+    QVERIFY2(report.contains("backend: a responder inside the process is used, as --backend"),
+             qPrintable(report));
+    QVERIFY2(report.contains("the service is heard back: port 9 of hosta.local at"), qPrintable(report));
+    QVERIFY2(!report.contains("bus: ") && !report.contains("daemon: "), qPrintable(report));
+}
+
+void DoctorTest::doctorFindsThatAnUnknownBackendIsChosen()
+{
+    qputenv("VESK_DNSSD_BACKEND", "Process");
+    const QStringList found = complaints();
+    qunsetenv("VESK_DNSSD_BACKEND");
+    QCOMPARE(found, QStringList("BAD backend: the Avahi daemon is used, since VESK_DNSSD_BACKEND is "
+                                "\"Process\", which is no backend"));
 }
 
 void DoctorTest::doctorTakesADaemonWithoutHostAddressForHealthy()

@@ -12,6 +12,7 @@ class MissingBusTest : public QObject
 private Q_SLOTS:
     void commandWithoutABusIsRefused_data();
     void commandWithoutABusIsRefused();
+    void responderInsideTheProcessNeedsNoBus();
 };
 
 void MissingBusTest::commandWithoutABusIsRefused_data()
@@ -39,6 +40,17 @@ void MissingBusTest::commandWithoutABusIsRefused()
              QString("vesk-mdns: cannot %1: the mDNS daemon or the message bus is not running; "
                      "'vesk-mdns doctor' says what to do\n")
                  .arg(refused));
+}
+
+void MissingBusTest::responderInsideTheProcessNeedsNoBus()
+{
+    runOnLab("lab-bus", {"hosta", "kill"});
+    ToolProcess advertiser({"--json", "--backend", "process", "advertise", "Kitchen", serviceType, "8080"});
+    QCOMPARE(advertiser.nextEvent("registered")["host"].toString(), QString("hosta.local."));
+    ToolProcess types({"--json", "--backend", "process", "browse"});
+    QCOMPARE(types.nextEvent("added")["type"].toString(), serviceType);
+    ToolProcess resolver({"--json", "--backend", "process", "resolve", "Kitchen", serviceType});
+    QCOMPARE(resolver.nextEvent("resolved")["port"].toInt(), 8080);
 }
 
 QTEST_GUILESS_MAIN(MissingBusTest)

@@ -368,7 +368,7 @@ void ScreenTest::resolvedServiceIsShown()
 
 void ScreenTest::doctorSaysWhatIsInOrder()
 {
-    Terminal terminal(200, 9); // wide enough for the library's path in any build
+    Terminal terminal(200, 10); // wide enough for the library's path in any build
     terminal.type("vesk-mdns doctor");
     compareWithCapture(&terminal, "doctor", "library.*\\$\n");
 }

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "DescriptorLimit.h"
+#include "DnsSdLibrary.h"
 #include "ExitCode.h"
 #include "Session.h"
 
@@ -53,7 +54,10 @@ int main(int argc, char** argv)
     raiseDescriptorLimit();
     QCoreApplication application(argc, argv);
     try {
-        Session session(parseCommandLine(wordsOf(argc, argv)));
+        const CommandLine commandLine = parseCommandLine(wordsOf(argc, argv));
+        if (!commandLine.backend.isEmpty() && !chooseBackend(commandLine.backend))
+            throw UsageError("the DNS-SD library " + libraryFile() + " has no backends; leave --backend out");
+        Session session(commandLine);
         return run(&session);
     } catch (const UsageError& error) {
         Output::complain(QString::fromUtf8(error.what()));

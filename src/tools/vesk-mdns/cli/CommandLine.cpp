@@ -18,6 +18,7 @@ struct Options
     QCommandLineOption ipv6{{"6", "ipv6"}, "Look up IPv6 addresses only."};
     QCommandLineOption json{"json", "Write one JSON object a line."};
     QCommandLineOption timeout{{"t", "timeout"}, "Stop after this time.", "SECONDS"};
+    QCommandLineOption backend{"backend", "Use auto, daemon or process for multicast DNS.", "NAME"};
     QCommandLineOption verbose{"verbose", "Write the library's log to standard error too."};
     QCommandLineOption logConfig{"log-config", "Log as this log4cplus properties file says.", "FILE"};
     QCommandLineOption help{{"h", "help"}, "Show this help."};
@@ -25,7 +26,7 @@ struct Options
 
     QList<QCommandLineOption> all() const
     {
-        return {ipv4, ipv6, json, timeout, verbose, logConfig, help, version};
+        return {ipv4, ipv6, json, timeout, backend, verbose, logConfig, help, version};
     }
 };
 
@@ -124,6 +125,13 @@ int parseTimeout(const QString& text)
     return int(std::lround(seconds * 1000));
 }
 
+QString parseBackend(const QString& text)
+{
+    if (!QStringList{"auto", "daemon", "process"}.contains(text))
+        fail(QString("\"%1\" is no backend; write --backend auto, daemon or process").arg(text));
+    return text;
+}
+
 QString parsePath(const QString& text)
 {
     static const QRegularExpression form("^[a-z][a-z0-9+.-]*:/.+$",
@@ -206,6 +214,8 @@ void parseOptions(const QCommandLineParser& parser, const Options& options, Comm
         commandLine->protocol = ipv4 ? MDnsProtocolType::IPv4 : MDnsProtocolType::IPv6;
     if (parser.isSet(options.timeout))
         commandLine->timeoutMs = parseTimeout(parser.value(options.timeout));
+    if (parser.isSet(options.backend))
+        commandLine->backend = parseBackend(parser.value(options.backend));
     commandLine->json = parser.isSet(options.json);
     commandLine->verbose = parser.isSet(options.verbose);
     commandLine->logConfig = parser.value(options.logConfig);

@@ -37,6 +37,7 @@ struct CommandLine
     MDnsProtocolType protocol = static_cast<MDnsProtocolType>(-1); ///< both families unless chosen
     std::optional<int> timeoutMs;                                  ///< above 0
     QString logConfig;                                             ///< log4cplus properties file
+    QString backend; ///< of the DNS-SD library: "auto", "daemon", "process", or empty for its own choice
     bool json = false;
     bool verbose = false;
 };

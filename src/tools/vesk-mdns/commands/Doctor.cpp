@@ -36,7 +36,8 @@ void tell(Session* session, const Check& check)
 int doctor(Session* session)
 {
     std::vector<QVector<Check> (*)()> examinations = {&checkInterfaces, &checkLibrary, &checkService};
-    if (isLibraryOverAvahi())
+    const bool needsDaemon = backendInUse() == Backend::Daemon;
+    if (needsDaemon)
         examinations.insert(examinations.begin(), {&checkBus, &checkDaemon});
     bool isAllInOrder = true;
     for (const auto& examine : examinations) {
@@ -46,7 +47,7 @@ int doctor(Session* session)
             isAllInOrder = isAllInOrder && check.isInOrder;
         }
     }
-    if (isLibraryOverAvahi() && isSystemBusHung())
+    if (needsDaemon && isSystemBusHung())
         std::_Exit(ExitNothing); // an orderly exit would wait for the bus
     return isAllInOrder ? ExitDone : ExitNothing;
 }

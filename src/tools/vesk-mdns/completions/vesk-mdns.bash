@@ -24,7 +24,7 @@ _vesk_mdns() {
     local operands=() i
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-        -t | --timeout | --log-config) ((i++)) ;;
+        -t | --timeout | --log-config | --backend) ((i++)) ;;
         -*) ;;
         *) operands+=("${COMP_WORDS[i]}") ;;
         esac
@@ -35,6 +35,10 @@ _vesk_mdns() {
         COMPREPLY=()
         return
         ;;
+    --backend)
+        _vesk_mdns_offer < <(printf '%s\n' auto daemon process)
+        return
+        ;;
     --log-config)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
@@ -42,7 +46,7 @@ _vesk_mdns() {
         ;;
     esac
     if [[ $current == -* ]]; then
-        _vesk_mdns_offer < <(printf '%s\n' --help --ipv4 --ipv6 --json --log-config --timeout --verbose --version)
+        _vesk_mdns_offer < <(printf '%s\n' --backend --help --ipv4 --ipv6 --json --log-config --timeout --verbose --version)
         return
     fi
     case "${#operands[@]} ${operands[*]:0:1}" in

@@ -22,7 +22,7 @@ QVector<Check> checkBus();
 QVector<Check> checkDaemon();
 /** The network interfaces: at least one must be able to send to others. */
 QVector<Check> checkInterfaces();
-/** The DNS-SD library: which one it is. */
+/** The DNS-SD library: which one it is, and what does its multicast DNS. */
 QVector<Check> checkLibrary();
 /** Whether a service of the doctor's own can be registered, and is heard back. */
 QVector<Check> checkService();

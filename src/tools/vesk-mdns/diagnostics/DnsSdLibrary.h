@@ -4,12 +4,26 @@
 
 #include <QString>
 
-/** Whether the DNS-SD library is the one over Avahi; of another it is not known which daemon it needs, and
- * how it reaches that. */
-bool isLibraryOverAvahi();
+/** What does the multicast DNS of the DNS-SD library. */
+enum class Backend
+{
+    Daemon,  ///< the Avahi daemon
+    Process, ///< a responder inside this process
+    Memory,  ///< a network that exists in this process alone
+    Unknown  ///< the library is another one: it is not known which daemon it needs, and how it reaches that
+};
 
-/** Whether nothing takes connections where the message bus of the Avahi daemon should listen; false for
- * another library. Never waits. */
+Backend backendInUse();
+
+/** Whether the backend in use is the library's own choice. */
+bool isBackendByDefault();
+
+/** Chooses "auto", "daemon" or "process", before anything else is asked of the library. False: the library
+ * knows no backends. */
+bool chooseBackend(const QString& name);
+
+/** Whether the Avahi daemon is needed, and nothing takes connections where its message bus should listen.
+ * Never waits. */
 bool isBusMissing();
 
 /** The file that the DNS-SD library was loaded from. */

@@ -19,13 +19,26 @@ constexpr int port = 9; // where whatever is sent is discarded
 constexpr int registrationMs = 5000;
 constexpr int answerMs = 3000;
 constexpr DNSServiceErrorType notPermitted = -65571; // other libraries' dns_sd.h may lack the name
-constexpr char notHeard[] = "Let the daemon use the interfaces, and the firewall let UDP port 5353 through";
 
-/** What to do where there is no daemon to be heard. */
+/** What to do where nothing answers. */
 QString inOrderFirst()
 {
-    return isLibraryOverAvahi() ? "Put bus, daemon and interfaces in order, then try again"
-                                : "Start the daemon that this library needs, and put the interfaces in order";
+    switch (backendInUse()) {
+    case Backend::Daemon:
+        return "Put bus, daemon and interfaces in order, then try again";
+    case Backend::Unknown:
+        return "Start the daemon that this library needs, and put the interfaces in order";
+    default:
+        return "Put the interfaces in order, then try again";
+    }
+}
+
+/** What to do where something is published and not heard. */
+QString hearingAdvice()
+{
+    const QString firewall = "the firewall let UDP port 5353 through";
+    const bool isInProcess = backendInUse() == Backend::Process;
+    return isInProcess ? "Let " + firewall : "Let the daemon use the interfaces, and " + firewall;
 }
 
 /** Runs @p loop until it is quit for an answer, @p operation fails, or the time is over. */
@@ -43,7 +56,8 @@ DNSServiceErrorType waitForAnswer(QEventLoop* loop, const DnsSdOperation& operat
 QString permissionAdvice()
 {
     // The bus itself refuses what its policy forbids; such a call never reaches the daemon.
-    if (isLibraryOverAvahi() && callDaemon("EntryGroupNew").errorName().startsWith("org.freedesktop.DBus."))
+    if (backendInUse() == Backend::Daemon &&
+        callDaemon("EntryGroupNew").errorName().startsWith("org.freedesktop.DBus."))
         return "Let the message bus's policy (/etc/dbus-1/system.d) allow calls to org.freedesktop.Avahi";
     return "Set disable-publishing=no and disable-user-service-publishing=no in avahi-daemon.conf and "
            "restart it";
@@ -89,7 +103,7 @@ Check checkBrowsing(const QString& name)
             loop.quit();
     });
     if (const auto error = waitForAnswer(&loop, browser, answerMs))
-        return failed("browse", "the service is not heard back", error, notHeard);
+        return failed("browse", "the service is not heard back", error, hearingAdvice());
 
     QString host;
     int seenPort = 0;
@@ -102,7 +116,7 @@ Check checkBrowsing(const QString& name)
                          resolveLoop.quit();
                      });
     if (const auto error = waitForAnswer(&resolveLoop, resolver, answerMs))
-        return failed("browse", "the service's host and port are not heard back", error, notHeard);
+        return failed("browse", "the service's host and port are not heard back", error, hearingAdvice());
     return checkAddress(host, seenPort);
 }
 
