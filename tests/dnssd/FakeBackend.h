@@ -93,6 +93,7 @@ public:
     Result<RecordPublication> publishRecord(const PublishedRecord& record,
                                             PublishListener& listener) override;
     std::string hostName() override { return "hosta"; }
+    bool needsShutDown() const override { return false; }
     void shutDown(std::chrono::milliseconds limit) override;
 
 private:
@@ -100,6 +101,7 @@ private:
     class FakeQuery;
     class FakeHostQuestion;
     class FakeResolve;
+    class Published;
     class FakePublication;
     class FakeRecordPublication;
     struct Known

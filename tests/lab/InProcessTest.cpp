@@ -168,6 +168,13 @@ TEST_F(InProcess, TwoProcessesOfAHostShareItsName)
     EXPECT_EQ(registration.replies.size(), 1U);
 }
 
+/// Their records would live on for more than an hour.
+TEST_F(InProcess, ServicesAreWithdrawnWhenTheProcessReturnsFromMain)
+{
+    run("'" + program + "' publish-until-seen Kitchen");
+    EXPECT_TRUE(isGoneOnHostb("Kitchen"));
+}
+
 TEST_F(InProcess, NameOfAServiceThatAnotherProcessOfTheHostHasIsReplaced)
 {
     const auto other = publishInAnotherProcess("Kitchen");
@@ -291,6 +298,10 @@ int main(int argc, char** argv)
     if (argc == 3 && std::strcmp(argv[1], "publish") == 0) {
         const Registration registration(argv[2], "_demo._tcp", Port);
         pause();
+    }
+    if (argc == 3 && std::strcmp(argv[1], "publish-until-seen") == 0) {
+        static const auto* const neverReleased = new Registration(argv[2], "_demo._tcp", Port);
+        return neverReleased->error() == kDNSServiceErr_NoError && isNamed(argv[2], "hosta.local") ? 0 : 1;
     }
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

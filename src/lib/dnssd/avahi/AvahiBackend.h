@@ -32,6 +32,7 @@ public:
     Result<RecordPublication> publishRecord(const PublishedRecord& record,
                                             PublishListener& listener) override;
     std::string hostName() override;
+    bool needsShutDown() const override { return false; }
     void shutDown(std::chrono::milliseconds limit) override;
     void onDaemonAnswer(int avahiError) override;
     Made makeGroup(PublishListener& listener) override;

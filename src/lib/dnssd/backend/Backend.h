@@ -176,6 +176,10 @@ public:
     /// The host's name, without domain; "" when it is not known.
     virtual std::string hostName() = 0;
 
+    /// Whether other hosts would list what is published until it expires if the process ended without a call
+    /// of shutDown(). May be called by any thread.
+    virtual bool needsShutDown() const = 0;
+
     /// Withdraws all that is published, and returns once the goodbyes are out, after `limit` at the latest.
     /// The state is Absent from then on.
     virtual void shutDown(std::chrono::milliseconds limit) = 0;

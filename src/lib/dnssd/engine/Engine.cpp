@@ -38,12 +38,15 @@ void Engine::reconfirm(Record record)
     m_loop.post([this, record = std::move(record)] { m_queries.reconfirm(record); });
 }
 
-void Engine::shutDown(std::chrono::milliseconds limit)
+std::future<void> Engine::shutDown(std::chrono::milliseconds limit)
 {
-    m_loop.post([this, limit] {
+    const auto isDone = std::make_shared<std::promise<void>>();
+    m_loop.post([this, limit, isDone] {
         m_backend->shutDown(limit);
         m_loop.quit();
+        isDone->set_value();
     });
+    return isDone->get_future();
 }
 
 void Engine::begin(Operation& operation)

@@ -11,6 +11,7 @@
 #include "ReplySignals.h"
 
 #include <atomic>
+#include <future>
 
 namespace vesk::dnssd {
 
@@ -48,8 +49,12 @@ public:
     /// Has a record asked for again that the application doubts. May be called by any thread.
     void reconfirm(Record record);
 
-    /// Withdraws all services, within that time, and ends the loop. May be called by any thread.
-    void shutDown(std::chrono::milliseconds limit);
+    /// Whether services would outlive a process that ended without shutDown(). May be called by any thread.
+    bool needsShutDown() const { return m_backend->needsShutDown(); }
+
+    /// Withdraws all services, within that time, and ends the loop. May be called by any thread, which may
+    /// wait for it to be done.
+    std::future<void> shutDown(std::chrono::milliseconds limit);
 
     /// Whether the loop runs, or is still to be run. May be called by any thread.
     bool isAlive() const { return m_isAlive; }

@@ -8,6 +8,8 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <exception>
 #include <mutex>
 #include <new>
 
@@ -20,6 +22,9 @@ using namespace std::chrono_literals;
 /// How long a fork waits for the I/O thread to finish its step, so that the child finds no lock of malloc's
 /// or of libdbus's taken. A responder that hangs must not hold the application up.
 constexpr auto LongestWaitOfAFork = 1s;
+
+/// How long the end of the process waits for the goodbyes of what it publishes.
+constexpr auto LongestWaitAtExit = 500ms;
 
 struct Process
 {
@@ -66,11 +71,33 @@ void watchForks()
         throw std::bad_alloc();
 }
 
+/// Handles may still be released after this; it has no effect any more.
+void atExit()
+{
+    const auto engine = processEngineIfAny();
+    if (!engine || !engine->isAlive() || !engine->needsShutDown())
+        return;
+    try {
+        engine->shutDown(LongestWaitAtExit).wait_for(LongestWaitAtExit);
+    } catch (const std::exception&) {
+        // Without memory there are no goodbyes, as after a crash.
+    }
+}
+
+/// Not when the library is initialised: what the application releases at its end is to be released first.
+void watchExit()
+{
+    static const bool isWatched = std::atexit(atExit) == 0;
+    if (!isWatched)
+        throw std::bad_alloc();
+}
+
 } // namespace
 
 std::shared_ptr<Engine> processEngine()
 {
     watchForks();
+    watchExit();
     const std::lock_guard lock(process().mutex);
     if (!process().engine || !process().engine->isAlive()) {
         auto engine = std::make_shared<Engine>(Clock::steady(), backendFactory(process().backend.fix()));

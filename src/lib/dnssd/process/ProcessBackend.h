@@ -33,6 +33,7 @@ public:
     Result<RecordPublication> publishRecord(const PublishedRecord& record,
                                             PublishListener& listener) override;
     std::string hostName() override;
+    bool needsShutDown() const override { return true; }
     void shutDown(std::chrono::milliseconds limit) override;
     Made makeGroup(PublishListener& listener) override;
 
