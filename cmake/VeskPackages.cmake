@@ -46,9 +46,10 @@ endif()
 if(VESK_DNSSD_PROVIDER STREQUAL "avahi")
     list(APPEND runtime_depends "libvesk-dnssd1 ${same}")
     string(APPEND development_depends ", libvesk-dnssd1 ${same}")
-    vesk_package(Runtime_dnssd libvesk-dnssd1 libs "avahi-daemon"
+    vesk_package(Runtime_dnssd libvesk-dnssd1 libs ""
         "DNS-SD client library over Avahi"
-        "The dns_sd.h programming interface on top of the Avahi daemon: one thread\nand one daemon connection for a process, however many operations it runs.")
+        "The dns_sd.h programming interface on top of the Avahi daemon, or of a\nresponder inside the process: one thread and one connection for a process,\nhowever many operations it runs.")
+    set(CPACK_DEBIAN_RUNTIME_DNSSD_PACKAGE_RECOMMENDS "avahi-daemon")
 endif()
 list(JOIN runtime_depends ", " runtime_depends)
 
