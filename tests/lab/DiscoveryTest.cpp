@@ -104,7 +104,7 @@ void DiscoveryTest::removedTxtEntryKeepsItsLastValue()
     EVENTUALLY(watch.client("Merged").txt.value("later") == "yes");
     QCOMPARE(watch.client("Merged").txt.value("gone"), QString("last"));
 
-    // Only the records of those who saw the entry keep it. The daemon forgets it after a moment.
+    // Only the records of clients that saw the entry keep it. The daemon forgets it after a moment.
     const auto newcomerSeesIt = [] {
         Watch late;
         return !QTest::qWaitFor([&late] { return late.client("Merged").txt.value("later") == "yes"; }) ||
@@ -149,7 +149,7 @@ void DiscoveryTest::takenNameIsRenamedAndBothAreListed()
     EVENTUALLY(watch.changes("Later") > 0);
     const std::unique_ptr<MDnsAdvertiser> second(
         MDnsAdvertiserFactory::create(nullptr, "Speaker", "_labtest._tcp", 2000));
-    // A busy daemon may defend its name too late. Then it is for the two to decide who gives way.
+    // A busy daemon may defend its name too late. Then it is for the two to decide which one gives way.
     EVENTUALLY(hosts(watch, "Speaker") == (QSet<QString>{"hosta.local.", "hostb.local."}));
     for (const char* name : {"Speaker", "Speaker (2)"})
         QCOMPARE(watch.client(name).port, watch.client(name).hostName == "hostb.local." ? 1000 : 2000);
@@ -168,7 +168,7 @@ void DiscoveryTest::sameNamesInMergedNetworksEndAsTwo()
     QVERIFY(runLab("lab-link", {"hostb", "1", "down"}));
     QVERIFY(runLab("lab-link", {"hostb", "1", "attach"}));
     QVERIFY(runLab("lab-link", {"hostb", "1", "up"}));
-    // Nobody says "I was first": one of them, or each, takes another name.
+    // No host says "I was first": one of them, or each, takes another name.
     const auto hosts = [&watch] {
         QSet<QString> found;
         const QStringList names = watch.clients();

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 namespace {
 
 const char* const Type = "_demo._tcp.local.";
-constexpr auto LongestSilence = 10s; ///< after which a record that nobody answers for is gone
+constexpr auto LongestSilence = 10s; ///< after which a record without an answer is gone
 
 /// Doubts the record that a reply has told.
 void reconfirm(const RecordQuery::Reply& reply)

@@ -59,7 +59,7 @@ private:
         });
     }
 
-    /** It was deleted, and nothing was reported or logged by anybody after that. */
+    /** It was deleted, and nothing was reported or logged after that. */
     void verifyDeletedOnce(const QObject* object)
     {
         QVERIFY(!object);

@@ -92,7 +92,7 @@ private:
         QCOMPARE(other.heard, QStringList());
     }
 
-    /** Leaves these permissions to everybody but root; the directory is still removed after the test. */
+    /** Leaves these permissions to all users but root; the directory is still removed after the test. */
     void forbid(const QString& path, mode_t mode)
     {
         QVERIFY(::chmod(qPrintable(path), geteuid() == 0 ? 0700 | mode : mode) == 0);

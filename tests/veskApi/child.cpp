@@ -14,7 +14,7 @@
 #include <unistd.h>
 #include <veskConnect.h>
 
-/** Cannot be registered by anyone: nobody declared it. */
+/** Cannot be registered: it is not declared as a metatype. */
 struct Undeclared
 {
 };
@@ -60,7 +60,7 @@ void setMany(const Arguments& arguments)
         set({arguments.at(0) + QString::number(i), QString::number(i)});
 }
 
-// unprivileged VERB [ARGUMENT...]: for root, nothing is forbidden, so be somebody else then.
+// unprivileged VERB [ARGUMENT...]: for root, nothing is forbidden, so another user is taken then.
 void unprivileged(const Arguments& arguments);
 
 // No file may grow beyond 100 bytes, which is enough for a lock. Says what the item shows then, too.

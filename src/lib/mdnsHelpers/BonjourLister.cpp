@@ -192,7 +192,7 @@ BonjourResolver::BonjourResolver(ResolveData data, const char* regtype, const ch
                           resolveData.serviceNameUtf8.constData(), regtype, domain, &resolveReply, this);
     if (error != kDNSServiceErr_NoError) {
         LOG4CPLUS_ERROR(logger, "Error calling DNSServiceResolve: " << error);
-        Q_EMIT resolveFailed(resolveData); // nobody can be connected yet
+        Q_EMIT resolveFailed(resolveData); // no slot can be connected yet
         return;
     }
     serviceRef.setNotifier(this, SLOT(on_socketNotifier_activated(int)));
@@ -289,7 +289,7 @@ BonjourGetAddrInfo::BonjourGetAddrInfo(std::uint32_t interfaceIndex, const char*
                               hostname, &getAddrInfoReply, this);
     if (error != kDNSServiceErr_NoError) {
         LOG4CPLUS_ERROR(logger, "Error calling DNSGetAddrInfo: " << error << " for hostname: " << hostname);
-        Q_EMIT resolveFailed(); // nobody can be connected yet
+        Q_EMIT resolveFailed(); // no slot can be connected yet
         return;
     }
     serviceRef.setNotifier(this, SLOT(on_socketNotifier_activated(int)));
@@ -401,7 +401,7 @@ BonjourTxtMonitor::BonjourTxtMonitor(const ResolveData& resolveData, const MDnsV
         data.fullName.toUtf8().constData(), kDNSServiceType_TXT, kDNSServiceClass_IN, &txtMonitorReply, this);
     if (error != kDNSServiceErr_NoError) {
         LOG4CPLUS_ERROR(logger, "Error calling DNSServiceQueryRecord: " << error << " for client: " << data);
-        Q_EMIT txtMonitorFailed(); // nobody can be connected yet
+        Q_EMIT txtMonitorFailed(); // no slot can be connected yet
         return;
     }
     serviceRef.setNotifier(this, SLOT(on_socketNotifier_activated(int)));

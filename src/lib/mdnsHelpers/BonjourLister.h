@@ -53,7 +53,7 @@ class BonjourGetAddrInfo : public QObject
     Q_OBJECT
 
 public:
-    /** Starts at once. A refusal is signalled from here, before anyone can be connected. */
+    /** Starts at once. A refusal is signalled from here, before a slot can be connected. */
     BonjourGetAddrInfo(std::uint32_t interfaceIndex, const char* hostname, MDnsProtocolType protocol);
 
     void bonjourGetAddrInfoReplyCallback(std::uint32_t interfaceIndex, const sockaddr* address,
@@ -80,7 +80,7 @@ class BonjourResolver : public QObject
     Q_OBJECT
 
 public:
-    /** Starts at once. A refusal is signalled from here, before anyone can be connected. */
+    /** Starts at once. A refusal is signalled from here, before a slot can be connected. */
     BonjourResolver(ResolveData data, const char* regtype, const char* domain, MDnsProtocolType protocol);
 
     void bonjourResolveReplyCallback(DNSServiceRef sdRef, DNSServiceFlags flags, std::uint32_t interfaceIndex,
@@ -124,7 +124,7 @@ class BonjourTxtMonitor : public QObject
     Q_OBJECT
 
 public:
-    /** Starts at once. A refusal is signalled from here, before anyone can be connected. */
+    /** Starts at once. A refusal is signalled from here, before a slot can be connected. */
     BonjourTxtMonitor(const ResolveData& data, const MDnsVeskClient& client);
 
     void bonjourTxtMonitorReplyCallback(DNSServiceRef sdRef, DNSServiceFlags flags,

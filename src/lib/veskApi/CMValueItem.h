@@ -20,10 +20,10 @@ class ConfigStore;
  *
  * Items sit on a store that survives a restart: one JSON object per scheme, `<scheme>.json`, in the directory
  * named by the environment variable `VESK_CONFIG_DIR`, else in `vesk` below the XDG configuration directory.
- * The file is watched: whoever changes it, this process, another one or an editor, and whether or not it or
- * its directory existed before, every live item whose value differs then reports it, 20 to 500 ms later. A
- * file that cannot be parsed leaves the last good values in force and logs one warning until it is mended.
- * Reading makes neither file nor directory.
+ * The file is watched: when this process, another one or an editor changes it, whether or not it or its
+ * directory existed before, every live item whose value differs then reports it, 20 to 500 ms later. A file
+ * that cannot be parsed leaves the last good values in force and logs one warning until it is mended. Reading
+ * makes neither file nor directory.
  *
  * An item belongs to the thread that made it and needs an event loop there.
  */

@@ -70,7 +70,7 @@ TEST_F(RegisterRecordCall, TakesTheClaimFromTheFlags)
     EXPECT_EQ(claimOf(kDNSServiceFlagsShared), Claim::Shared);
     EXPECT_EQ(claimOf(kDNSServiceFlagsUnique), Claim::Unique);
     EXPECT_EQ(claimOf(kDNSServiceFlagsKnownUnique), Claim::KnownUnique);
-    // Nobody else can have a name that this host keeps to itself: there is nothing to probe.
+    // No other host can have a name that this host keeps to itself: there is nothing to probe.
     EXPECT_EQ(claimOf(kDNSServiceFlagsUnique, kDNSServiceInterfaceIndexLocalOnly), Claim::KnownUnique);
 }
 

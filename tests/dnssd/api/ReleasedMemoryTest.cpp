@@ -38,7 +38,7 @@ protected:
         backend().come(txtOf(nameOf(number), "\3a=1"));
     }
 
-    /// One of each for every instance. Some have replies that nobody takes.
+    /// One of each for every instance. Some have replies that are not taken.
     std::vector<std::unique_ptr<Handle>> startAll()
     {
         std::vector<std::unique_ptr<Handle>> handles;

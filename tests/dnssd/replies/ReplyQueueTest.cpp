@@ -22,7 +22,7 @@ bool isReadable(const ReplyQueue& replies)
 
 const Reply Nothing{Kind::Lasting, {}, [](DNSServiceFlags) {}};
 
-/// Replies that nobody takes are looked through when so many wait.
+/// Replies that are not taken are looked through when so many wait.
 constexpr std::size_t ReviewLength = 1024;
 
 class UnreadReplyQueue : public testing::Test

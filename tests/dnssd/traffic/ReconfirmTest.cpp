@@ -93,7 +93,7 @@ TEST_F(Reconfirm, TakesOtherDataForNoAnswer)
     backend().setHostsAnswer(true);
     const auto before = questions();
     advance(2s);
-    EXPECT_EQ(questions(), before) << "the record has gone, and nobody wants it any more";
+    EXPECT_EQ(questions(), before) << "the record has gone, and no operation wants it any more";
 }
 
 TEST_F(Reconfirm, TellsEveryOperationAndLaterOnes)

@@ -6,7 +6,7 @@
 #include <QSet>
 #include <QStringList>
 
-/** Finds what a test leaves behind: QObjects, descriptors, and warnings that nobody expected. */
+/** Finds what a test leaves behind: QObjects, descriptors, and warnings that the test did not expect. */
 class Guards
 {
 public:

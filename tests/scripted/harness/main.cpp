@@ -44,7 +44,7 @@ TestClassBase::TestClassBase(const char* name, std::function<QObject*()> make)
 
 int main(int argc, char* argv[])
 {
-    // Whoever looks into released memory finds rubbish there, with or without a sanitizer.
+    // Code that reads released memory finds rubbish there, with or without a sanitizer.
     mallopt(M_PERTURB, 0xA5);
     const log4cplus::Initializer initializer;
     const QCoreApplication application(argc, argv);
@@ -60,7 +60,7 @@ int main(int argc, char* argv[])
         arguments.removeAt(1);
         return runClass(chosen, arguments);
     }
-    // One failure is enough for whoever runs them all.
+    // One failure fails the run.
     for (const auto& make : classes())
         if (const int failures = runClass(make, arguments))
             return failures;

@@ -10,7 +10,7 @@
  */
 namespace CoreDouble {
 
-/** How often text was written to a stream, which costs time even when nobody reads it. */
+/** How often text was written to a stream, which costs time even when no appender writes it. */
 int streamedTexts();
 
 /** How the double of dbglog_scopedFunction() marks its text, so that a signature alone is not taken for it.

@@ -46,8 +46,8 @@ struct _DNSServiceRef_t
  * A DNS-SD library whose daemon is the test.
  *
  * Every call goes into the Record with all its arguments; handles are written "#1", "#2" in the order of the
- * start calls. A handle's descriptor is readable exactly while a reply waits. Whoever uses a handle after its
- * release, releases it twice or leaves it over stops the process.
+ * start calls. A handle's descriptor is readable exactly while a reply waits. A caller that uses a handle
+ * after its release, releases it twice or leaves it over stops the process.
  */
 class DnsSdDouble
 {

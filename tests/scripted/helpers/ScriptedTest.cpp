@@ -209,7 +209,7 @@ void ScriptedTest::browseReplies(DNSServiceFlags flags, const char* name, std::u
     };
     Op* const operation = daemon.newest(Op::Browse);
     QVERIFY(operation);
-    // Copies that live only as long as the callback: nobody may keep the pointers.
+    // Copies that live only as long as the callback, which may not keep the pointers.
     queue(operation, [=, name = copy(name), type = copy(type), domain = copy(domain)] {
         callbackOf<DNSServiceBrowseReply>(operation)(operation, flags | DnsSdDouble::moreComingOn(operation),
                                                      interfaceIndex, error, data(name), data(type),
@@ -289,7 +289,7 @@ void ScriptedTest::txtArrives(Op* operation, const QByteArray& rdata, std::uint3
     if (!operation)
         return;
     queue(operation, [=] {
-        // Exactly as long as it says, so that a sanitizer sees whoever reads on.
+        // Exactly as long as it says, so that a sanitizer sees a callback that reads on.
         const auto bytes = std::make_unique<char[]>(std::size_t(rdata.size()));
         std::copy(rdata.begin(), rdata.end(), bytes.get());
         callbackOf<DNSServiceQueryRecordReply>(operation)(
@@ -317,7 +317,7 @@ void ScriptedTest::deliver()
     QElapsedTimer elapsed;
     elapsed.start();
     while (daemon.replyWaits()) {
-        QVERIFY2(elapsed.elapsed() < deadlineMs, "A reply waits and nobody fetches it.");
+        QVERIFY2(elapsed.elapsed() < deadlineMs, "A reply waits and is not fetched.");
         QCoreApplication::processEvents(QEventLoop::AllEvents);
     }
 }

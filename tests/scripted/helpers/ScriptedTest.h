@@ -49,10 +49,10 @@ struct TxtReply
  *
  * The verbs below make the daemon reply. A reply takes the whole road: descriptor, event loop, notifier, pump
  * slot, callback. It has arrived when the verb returns, unless `hold` is set: then it waits for deliver().
- * Replies are as unkind as a DNS-SD library may be: they carry flags that nobody asked for, "more coming"
- * while others wait, IPv6 scopes of another interface, and what they echo comes back in capitals. Every
- * object that starts an operation is watched from its first call on: its signals and its end are in the
- * record, also those that nobody else can hear.
+ * Replies are as unkind as a DNS-SD library may be: they carry flags that the caller did not ask for, "more
+ * coming" while others wait, IPv6 scopes of another interface, and what they echo comes back in capitals.
+ * Every object that starts an operation is watched from its first call on: its signals and its end are in the
+ * record, also those that no other host can hear.
  */
 class ScriptedTest : public QObject
 {

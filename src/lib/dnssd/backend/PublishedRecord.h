@@ -12,7 +12,7 @@ struct PublishedRecord
     /// Whose the records of that name and type are (RFC 6762 section 2).
     enum class Claim
     {
-        Shared,     ///< anybody's
+        Shared,     ///< every host's that publishes one
         Unique,     ///< this host's, once it has been probed for
         KnownUnique ///< this host's, which is known without probing
     };

@@ -27,7 +27,7 @@ bool meet(uint32_t interface, uint32_t other)
     return interface == 0 || other == 0 || interface == other;
 }
 
-/// Identical records are one record, whoever publishes them (RFC 6762 section 9).
+/// Identical records are one record, whichever host publishes them (RFC 6762 section 9).
 bool differ(const PublishedRecord& a, const PublishedRecord& b)
 {
     return a.type == b.type && meet(a.interface, b.interface) && a.data != b.data;

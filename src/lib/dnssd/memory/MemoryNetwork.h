@@ -45,7 +45,7 @@ public:
     /// Whether something that this host publishes, announced or not, and one of these exclude each other.
     bool isTakenHere(const std::vector<PublishedRecord>& records) const;
 
-    /// Nobody hears of this host's records until they are announced; those of others are heard at once.
+    /// This host's records answer no query until they are announced; those of others do at once.
     void add(Holder& holder, Host host, const std::vector<PublishedRecord>& records);
     /// Whether another host publishes a record that one of the holder's unique ones excludes.
     bool isInConflict(const Holder& holder) const;

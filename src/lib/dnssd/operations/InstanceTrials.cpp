@@ -17,7 +17,7 @@ constexpr auto Patience = 300ms;
 /// The same while there are no descriptors, which the application may set free without a word.
 constexpr auto PatienceWithoutDescriptors = 1s;
 
-/// Names that nobody answers for cost little traffic so, and one that has just come is soon tried.
+/// Names without a service behind them cost little traffic so, and one that has just come is soon tried.
 constexpr std::size_t MostAtOnce = 32;
 
 /// Long enough for a second query (RFC 6762 section 5.2).

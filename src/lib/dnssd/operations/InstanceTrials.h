@@ -13,7 +13,7 @@ namespace vesk::dnssd {
 
 /**
  * Tries instances that are held back: resolves them, without a descriptor, so that those behind which there
- * is a service get past the names that nobody answers for. Only when waiting has not helped, so that services
+ * is a service get past the names without one. Only when waiting has not helped, so that services
  * that all answer are resolved once, by the application.
  */
 class InstanceTrials

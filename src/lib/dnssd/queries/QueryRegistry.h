@@ -63,7 +63,7 @@ public:
     void seed(const Record& answer);
 
     /// Has the hosts asked for a record that the application doubts, on the interfaces that it is known on.
-    /// The queries report it gone when nobody answers, and back when it is heard again.
+    /// The queries report it gone when no host answers, and back when it is heard again.
     void reconfirm(const Record& record);
 
     void onBackendState(Backend::State state);

@@ -11,7 +11,7 @@ namespace vesk::dnssd {
 
 namespace {
 
-/// One that nobody off the link can guess.
+/// One that a host off the link cannot guess.
 uint16_t randomNumber()
 {
     uint16_t number = 0;

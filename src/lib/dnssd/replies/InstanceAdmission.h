@@ -59,7 +59,7 @@ public:
     /// Whether instances wait for their admission.
     bool isHoldingBack();
 
-    /// How many instances were handed on that nobody had tried, ever.
+    /// How many instances have been handed on without a trial since the start.
     uint64_t untriedHandedOn() const { return m_untriedHandedOn; }
 
     struct Trial

@@ -21,7 +21,7 @@ struct BrowsedInstance
 /// A callback of the application's, with all that it is called with.
 struct Reply
 {
-    /// How a reply that nobody has taken yet stands to a later one about the same subject.
+    /// How a reply that still waits stands to a later one about the same subject.
     enum class Kind
     {
         Lasting,  ///< is always handed over

@@ -40,7 +40,7 @@ DNSServiceErrorType DNSServiceProcessResult(DNSServiceRef sdRef)
 }
 
 /// Allocates nothing. An inherited handle's operation is the parent's, and may be in the middle of a change
-/// that nobody will finish in this process: it is left alone.
+/// that this process has no thread to finish: it is left alone.
 void DNSServiceRefDeallocate(DNSServiceRef sdRef)
 {
     if (!sdRef)

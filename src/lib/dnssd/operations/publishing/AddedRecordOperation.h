@@ -10,7 +10,7 @@ namespace vesk::dnssd {
 /**
  * A further record of a registered service: published while the service is, under its name. It is a shared
  * record, as the service has the name to itself already, so that several of one type can stand beside each
- * other. Nobody hears what becomes of it.
+ * other. What becomes of it is not reported.
  */
 class AddedRecordOperation final : public PublishedRecordOperation, private RegistrationOperation::Companion
 {
