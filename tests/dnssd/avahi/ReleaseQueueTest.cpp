@@ -9,6 +9,7 @@
 
 using namespace vesk::dnssd;
 using namespace vesk::dnssd::tests;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -36,23 +37,28 @@ protected:
         int m_error;
     };
 
-    void add(char name, int error = AVAHI_OK)
-    {
-        ReleaseQueue::PreparedEntry entry;
-        entry.push_back(std::make_unique<Entry>(order, name, error));
-        m_queue.add(std::move(entry));
-    }
+    void add(char name, int error = AVAHI_OK) { addTo(m_queue, name, error); }
+    /// To a queue that releases after a pause.
+    void addLater(char name) { addTo(m_patientQueue, name, AVAHI_OK); }
     EventLoop& loop() { return m_loop; }
+    void advance(std::chrono::milliseconds time) { m_clock.advance(m_loop, time); }
 
     std::string order; ///< of releases, and of the tasks of a test
     std::vector<int> answers;
 
 private:
+    void addTo(ReleaseQueue& queue, char name, int error)
+    {
+        ReleaseQueue::PreparedEntry entry;
+        entry.push_back(std::make_unique<Entry>(order, name, error));
+        queue.add(std::move(entry));
+    }
     void onDaemonAnswer(int avahiError) override { answers.push_back(avahiError); }
 
     ManualClock m_clock;
     EventLoop m_loop{m_clock};
-    ReleaseQueue m_queue{m_loop, *this};
+    ReleaseQueue m_queue{m_loop, *this, {}};
+    ReleaseQueue m_patientQueue{m_loop, *this, {5ms, 3}};
 };
 
 } // namespace
@@ -91,6 +97,28 @@ TEST_F(ReleaseQueueTest, ManyReleasesLetATaskRunInBetween)
     loop().runUntilIdle();
     EXPECT_LT(order.find('!'), 20U);
     EXPECT_EQ(order.size(), 101U);
+}
+
+TEST_F(ReleaseQueueTest, PauseEndsOnceNoneHasBeenAddedForItsTime)
+{
+    addLater('a');
+    advance(4ms);
+    addLater('b');
+    advance(4ms);
+    EXPECT_EQ(order, "");
+    advance(1ms);
+    EXPECT_EQ(order, "ab");
+}
+
+TEST_F(ReleaseQueueTest, PauseEndsWhenMoreWaitThanItAllows)
+{
+    for (const char name : {'a', 'b', 'c'})
+        addLater(name);
+    loop().runUntilIdle();
+    EXPECT_EQ(order, "");
+    addLater('d');
+    loop().runUntilIdle();
+    EXPECT_EQ(order, "abcd");
 }
 
 TEST_F(ReleaseQueueTest, EachAnswerOfTheDaemonsIsReported)

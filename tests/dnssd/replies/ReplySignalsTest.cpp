@@ -50,6 +50,16 @@ protected:
     }
     void settle() { loop.runUntilIdle(); }
     void advance(std::chrono::microseconds time) { clock.advance(loop, time); }
+    /// One after the other.
+    void expectAreReadableAtOnce(int number)
+    {
+        for (int i = 0; i < number; ++i) {
+            const auto queue = makeQueue();
+            put(*queue);
+            settle();
+            EXPECT_TRUE(isReadable(*queue)) << i;
+        }
+    }
     /// And not a microsecond earlier.
     void expectNextIsReadableAfter(std::chrono::microseconds time)
     {
@@ -80,18 +90,21 @@ TEST_F(ReplySignalsTest, ReplyIsSignalledWithoutDelay)
     EXPECT_TRUE(isReadable(*a));
 }
 
-TEST_F(ReplySignalsTest, EightLinesAreSignalledWithoutDelay)
+TEST_F(ReplySignalsTest, TheFewerTheDescriptorsTheMoreLinesAreSignalledWithoutDelay)
 {
-    for (int i = 0; i < 8; ++i) {
-        const auto queue = makeQueue();
-        put(*queue);
-        settle();
-        EXPECT_TRUE(isReadable(*queue)) << i;
-    }
+    expectAreReadableAtOnce(30);
+}
+
+TEST_F(ReplySignalsTest, EightLinesAmongManyAreSignalledWithoutDelay)
+{
+    openDescriptors(120);
+    expectAreReadableAtOnce(8);
+    expectNextIsReadableAfter(2ms);
 }
 
 TEST_F(ReplySignalsTest, FurtherOnesOfTheSameTwoMillisecondsAreSignalledTogether)
 {
+    openDescriptors(120);
     putEight();
     put(*b);
     advance(1ms);
@@ -105,6 +118,7 @@ TEST_F(ReplySignalsTest, FurtherOnesOfTheSameTwoMillisecondsAreSignalledTogether
 
 TEST_F(ReplySignalsTest, ManyTogetherMakeTheNextOneWait)
 {
+    openDescriptors(120);
     putEight();
     const auto many = putEight();
     advance(2ms);
@@ -114,6 +128,7 @@ TEST_F(ReplySignalsTest, ManyTogetherMakeTheNextOneWait)
 
 TEST_F(ReplySignalsTest, AfterTwoMillisecondsThereIsNoDelayAgain)
 {
+    openDescriptors(120);
     putEight();
     advance(2ms);
     put(*b);

@@ -16,12 +16,21 @@ namespace vesk::dnssd {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+/// An answered resolver costs the daemon nothing more. Released at once it would hold up the answers to the
+/// others; released late it takes a place among the objects that the daemon grants a client.
+constexpr ReleaseQueue::Pause AfterAnswers{5ms, 128};
+
+} // namespace
+
 AvahiBackend::AvahiBackend(EventLoop& loop, StateListener& listener)
     : m_loop(loop)
     , m_listener(listener)
     , m_tasks(loop)
     , m_connections(loop, [this](AvahiClientState state) { onClientState(state); })
-    , m_releases(loop, *this)
+    , m_releases(loop, *this, {})
+    , m_resolverReleases(loop, *this, AfterAnswers)
     , m_reconnectTimer(loop, [this] { connect(); })
     , m_directQuestions(loop)
 {
@@ -85,8 +94,8 @@ Backend::Result<Backend::ActiveResolve> AvahiBackend::resolveOnce(const Labels& 
                                                                   Transport transport, bool withAddress,
                                                                   ResolveListener& listener)
 {
-    return start<ActiveResolve>(std::make_unique<ServiceResolver>(m_releases, listener), m_connections,
-                                instance, interface, transport, withAddress);
+    return start<ActiveResolve>(std::make_unique<ServiceResolver>(m_resolverReleases, listener),
+                                m_connections, instance, interface, transport, withAddress);
 }
 
 Backend::Result<Backend::Publication> AvahiBackend::publish(const Service& service, PublishListener& listener)

@@ -54,6 +54,7 @@ private:
     OwnedTasks m_tasks;
     DaemonConnections m_connections;
     ReleaseQueue m_releases; ///< after the connections, which it needs
+    ReleaseQueue m_resolverReleases;
     ReconnectTimer m_reconnectTimer;
     DirectQuestions m_directQuestions;
 };

@@ -15,12 +15,14 @@ using namespace std::chrono_literals;
 /// Short beside the ten milliseconds or more that each answer of a responder takes.
 constexpr std::chrono::microseconds ShortestWindow = 2ms;
 
-/// A round of Qt's event loop over that many descriptors takes a tenth of it.
-constexpr auto WindowOfADescriptor = 12us;
+/// Of a round of Qt's event loop, which looks at all descriptors.
+constexpr auto TimeOfADescriptor = 1200ns;
+/// So that a round takes a tenth of the window.
+constexpr auto WindowOfADescriptor = 10 * TimeOfADescriptor;
 constexpr std::chrono::microseconds LongestWindow = 12ms;
 
-/// What a few instances need: their resolve, address and TXT replies follow each other fast.
-constexpr std::size_t LinesAtOnce = 8;
+/// What one or two instances need: their resolve, address and TXT replies follow each other fast.
+constexpr int64_t FewestLinesAtOnce = 8;
 
 } // namespace
 
@@ -47,7 +49,7 @@ void ReplySignals::flush()
     m_timer.stop();
     if (m_loop.now() >= m_windowEnd) {
         m_windowEnd = m_loop.now() + window();
-        m_immediate = LinesAtOnce;
+        m_immediate = linesAtOnce();
     }
     m_immediate -= std::min(m_immediate, m_lines.size());
     for (const auto& waiting : std::exchange(m_lines, {})) {
@@ -58,7 +60,16 @@ void ReplySignals::flush()
 
 std::chrono::microseconds ReplySignals::window() const
 {
-    return std::clamp(m_budget.uses() * WindowOfADescriptor, ShortestWindow, LongestWindow);
+    const auto wanted =
+        std::chrono::duration_cast<std::chrono::microseconds>(m_budget.uses() * WindowOfADescriptor);
+    return std::clamp(wanted, ShortestWindow, LongestWindow);
+}
+
+/// A round of the application's event loop for each of them takes half of the window.
+std::size_t ReplySignals::linesAtOnce() const
+{
+    const auto round = std::max<int64_t>(m_budget.uses(), 1) * TimeOfADescriptor;
+    return static_cast<std::size_t>(std::max<int64_t>(window() / 2 / round, FewestLinesAtOnce));
 }
 
 } // namespace vesk::dnssd

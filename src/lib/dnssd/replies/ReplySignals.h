@@ -14,11 +14,11 @@ namespace vesk::dnssd {
 class ReplyLine;
 
 /**
- * Makes the descriptors of reply lines readable: a few in a window of two milliseconds at once, further ones
+ * Makes the descriptors of reply lines readable: some in a window of two milliseconds at once, further ones
  * together at its end. An application's event loop looks at all of its descriptors, of which there is one
- * for every operation, each time that one is readable; a round of it is to serve many replies. So the window
- * is longer when the descriptors are many: twelve microseconds for each of them, twelve milliseconds at most.
- * On the I/O thread.
+ * for every operation, each time that one is readable; a round of it is to serve many replies. So when the
+ * descriptors are many, fewer are readable at once, eight at least, and the window is longer: twelve
+ * microseconds for each of them, twelve milliseconds at most. On the I/O thread.
  */
 class ReplySignals
 {
@@ -34,6 +34,7 @@ public:
 
 private:
     std::chrono::microseconds window() const;
+    std::size_t linesAtOnce() const;
 
     EventLoop& m_loop;
     const DescriptorBudget& m_budget;

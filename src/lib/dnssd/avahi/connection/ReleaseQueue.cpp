@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "ReleaseQueue.h"
 
-#include <chrono>
-
 namespace vesk::dnssd {
 
 using namespace std::chrono_literals;
 
-ReleaseQueue::ReleaseQueue(EventLoop& loop, DaemonErrorListener& listener)
+ReleaseQueue::ReleaseQueue(EventLoop& loop, DaemonErrorListener& listener, Pause pause)
     : m_listener(listener)
+    , m_pause(pause)
     , m_timer(loop, [this] { releaseNext(); })
 {
 }
@@ -16,8 +15,7 @@ ReleaseQueue::ReleaseQueue(EventLoop& loop, DaemonErrorListener& listener)
 void ReleaseQueue::add(PreparedEntry entry) noexcept
 {
     m_entries.splice(m_entries.end(), entry);
-    if (!m_timer.isActive())
-        m_timer.start(0ms);
+    m_timer.start(m_entries.size() > m_pause.mostWaiting ? 0ms : m_pause.quiet);
 }
 
 void ReleaseQueue::releaseNext()

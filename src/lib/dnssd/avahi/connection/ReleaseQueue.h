@@ -5,6 +5,7 @@
 #include "DaemonError.h"
 #include "Timer.h"
 
+#include <chrono>
 #include <list>
 #include <memory>
 
@@ -29,8 +30,15 @@ public:
     /// An entry as it is held until it is added, which then allocates nothing: that is for destructors.
     using PreparedEntry = std::list<std::unique_ptr<Entry>>;
 
+    /// When releases begin: once none has been added for a while, or more than some wait.
+    struct Pause
+    {
+        std::chrono::milliseconds quiet{0};
+        std::size_t mostWaiting = 0;
+    };
+
     /// What is left when the queue dies goes with its connection.
-    ReleaseQueue(EventLoop& loop, DaemonErrorListener& listener);
+    ReleaseQueue(EventLoop& loop, DaemonErrorListener& listener, Pause pause);
 
     void add(PreparedEntry entry) noexcept;
 
@@ -38,6 +46,7 @@ private:
     void releaseNext();
 
     DaemonErrorListener& m_listener;
+    const Pause m_pause;
     PreparedEntry m_entries;
     Timer m_timer;
 };
