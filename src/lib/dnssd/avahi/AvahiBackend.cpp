@@ -18,9 +18,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// An answered resolver costs the daemon nothing more. Released at once it would hold up the answers to the
-/// others; released late it takes a place among the objects that the daemon grants a client.
-constexpr ReleaseQueue::Pause AfterAnswers{5ms, 128};
+/// Released at once, an answered resolver would hold up the answers to the others; after a tenth of a second
+/// the daemon would ask the network for what it has told from its cache.
+constexpr ReleaseQueue::Pause AfterAnswers{5ms, 50ms};
 
 } // namespace
 

@@ -30,11 +30,11 @@ public:
     /// An entry as it is held until it is added, which then allocates nothing: that is for destructors.
     using PreparedEntry = std::list<std::unique_ptr<Entry>>;
 
-    /// When releases begin: once none has been added for a while, or more than some wait.
+    /// When releases begin: once none has been added for a while, or the first one has waited longest.
     struct Pause
     {
         std::chrono::milliseconds quiet{0};
-        std::size_t mostWaiting = 0;
+        std::chrono::milliseconds longest{0};
     };
 
     /// What is left when the queue dies goes with its connection.
@@ -44,9 +44,12 @@ public:
 
 private:
     void releaseNext();
+    std::chrono::microseconds pause() const;
 
+    EventLoop& m_loop;
     DaemonErrorListener& m_listener;
     const Pause m_pause;
+    Clock::TimePoint m_firstAdded; ///< since the queue was empty
     PreparedEntry m_entries;
     Timer m_timer;
 };
