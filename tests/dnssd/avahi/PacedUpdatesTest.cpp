@@ -22,6 +22,8 @@ protected:
     }
     void advance(std::chrono::milliseconds time) { clock.advance(loop, time); }
 
+    void begin() { updates.begin(); }
+
     ManualClock clock;
     EventLoop loop{clock};
     std::string passed;
@@ -30,8 +32,23 @@ protected:
 
 } // namespace
 
+TEST_F(PacedUpdatesTest, PassesNothingOnBeforeItBeginsAndTheLastOneThen)
+{
+    add("abc");
+    advance(1s);
+    EXPECT_EQ(passed, "");
+    begin();
+    EXPECT_EQ(passed, "c");
+    add("d");
+    advance(399ms);
+    EXPECT_EQ(passed, "c");
+    advance(1ms);
+    EXPECT_EQ(passed, "cd");
+}
+
 TEST_F(PacedUpdatesTest, PassesTheFirstOnAtOnceAndTheOthersInTheirOrderSlowly)
 {
+    begin();
     add("abc");
     EXPECT_EQ(passed, "a");
     advance(399ms);
@@ -44,6 +61,7 @@ TEST_F(PacedUpdatesTest, PassesTheFirstOnAtOnceAndTheOthersInTheirOrderSlowly)
 
 TEST_F(PacedUpdatesTest, PassesAnUpdateOnAtOnceAfterAPause)
 {
+    begin();
     add("a");
     advance(400ms);
     add("b");
@@ -52,6 +70,7 @@ TEST_F(PacedUpdatesTest, PassesAnUpdateOnAtOnceAfterAPause)
 
 TEST_F(PacedUpdatesTest, PassesTheLastOfManyOn)
 {
+    begin();
     add("abcdefgh");
     advance(10s);
     EXPECT_EQ(passed, "afgh");

@@ -56,6 +56,12 @@ public:
     /// Publishes what has been added.
     virtual int commit() = 0;
 
+    /// Has a task run once all is published: at once, or before the listener hears of it. Of several that
+    /// wait the last one is run. Unique records are not to be updated sooner: libavahi sends a probe some
+    /// time after it has made it, and takes its own with the former data for a rival's (RFC 6762
+    /// section 8.2).
+    void whenPublished(Task task);
+
 protected:
     EntryGroup(EventLoop& loop, PublishListener& listener);
 
@@ -65,9 +71,12 @@ protected:
 
 private:
     void tell(AvahiEntryGroupState state, int error);
+    void tellPublished();
 
     OwnedTasks m_tasks;
     PublishListener& m_listener;
+    bool m_isPublished = false;
+    Task m_whenPublished;
 };
 
 /// Makes the entry groups of a responder.

@@ -18,12 +18,19 @@ PacedUpdates::PacedUpdates(EventLoop& loop, Pass pass)
 {
 }
 
+void PacedUpdates::begin()
+{
+    m_hasBegun = true;
+    if (!m_pause.isActive())
+        passNext();
+}
+
 void PacedUpdates::add(std::string data)
 {
     m_waiting.push_back(std::move(data));
-    if (m_waiting.size() > MostThatWait)
+    if (m_waiting.size() > (m_hasBegun ? MostThatWait : 1))
         m_waiting.pop_front();
-    if (!m_pause.isActive())
+    if (m_hasBegun && !m_pause.isActive())
         passNext();
 }
 

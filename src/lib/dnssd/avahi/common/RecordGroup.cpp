@@ -61,10 +61,12 @@ void RecordGroup::update(const std::string& data, uint32_t ttl)
         return;
     const auto updating = AvahiPublishFlags(m_flags | AVAHI_PUBLISH_UPDATE);
     const bool isUnique = (m_flags & AVAHI_PUBLISH_UNIQUE) != 0;
-    if (isUnique)
-        m_group->addRecord({m_interface, updating, m_name, m_type, ttl, data});
-    else
+    if (!isUnique)
         publish(data, ttl);
+    else
+        m_group->whenPublished([=] {
+            m_group->addRecord({m_interface, updating, m_name, m_type, ttl, data});
+        });
 }
 
 } // namespace vesk::dnssd

@@ -37,6 +37,7 @@ int ServiceGroup::start(EntryGroups& groups, const Service& service, PublishList
     std::tie(error, m_group) = groups.makeGroup(listener);
     if (error != AVAHI_OK)
         return error;
+    m_group->whenPublished([this] { m_updates.begin(); });
     if (m_isPlaceholder)
         error = addSrv(service);
     else if (m_isTakenAsService)
