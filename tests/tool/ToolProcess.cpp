@@ -82,16 +82,9 @@ QString ToolProcess::errors()
 std::unique_ptr<ToolProcess> advertised(const QString& name, const QStringList& txt, int port,
                                         const QString& host)
 {
-    // On hosts with two links that have only just started a free name is now and then found taken.
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        auto tool = std::make_unique<ToolProcess>(
-            QStringList{"--json", "advertise", name, serviceType, QString::number(port)} + txt, host);
-        const QString visible = tool->nextEvent("visible")["name"].toString();
-        if (visible == name)
-            return tool;
-        qWarning("\"%s\" is visible in place of \"%s\"", qPrintable(visible), qPrintable(name));
-    }
-    return nullptr;
+    auto tool = std::make_unique<ToolProcess>(
+        QStringList{"--json", "advertise", name, serviceType, QString::number(port)} + txt, host);
+    return tool->nextEvent("visible").isEmpty() ? nullptr : std::move(tool);
 }
 
 QJsonObject resolved(const QString& name, const QStringList& options)

@@ -35,8 +35,7 @@ public:
     QString errors();
 };
 
-/** A service that the tool advertises and that the network sees under that name, which is free; null when
- * that does not happen in time. */
+/** A service that the tool advertises and that the network sees; null when that does not happen in time. */
 std::unique_ptr<ToolProcess> advertised(const QString& name, const QStringList& txt = {}, int port = 8080,
                                         const QString& host = "hostb");
 
