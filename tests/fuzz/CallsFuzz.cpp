@@ -3,6 +3,7 @@
 // Start calls with any bytes as their arguments: each gives a handle or an error, and neither is lost.
 #include "Engine.h"
 #include "FakeBackend.h"
+#include "IgnoredReplies.h"
 #include "ProcessEngine.h"
 #include "Require.h"
 #include "dns_sd.h"
@@ -39,27 +40,6 @@ public:
 private:
     std::unique_ptr<std::string> m_text;
 };
-
-void onRegister(DNSServiceRef, DNSServiceFlags, DNSServiceErrorType, const char*, const char*, const char*,
-                void*)
-{
-}
-void onBrowse(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const char*,
-              const char*, void*)
-{
-}
-void onResolve(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const char*,
-               uint16_t, uint16_t, const unsigned char*, void*)
-{
-}
-void onAddress(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const sockaddr*,
-               uint32_t, void*)
-{
-}
-void onRecord(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, uint16_t, uint16_t,
-              uint16_t, const void*, uint32_t, void*)
-{
-}
 
 DNSServiceErrorType startAny(FuzzedDataProvider& input, DNSServiceRef* ref)
 {

@@ -45,6 +45,16 @@ private:
         return made;
     }
 
+    static void everyKind()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::newRow("browse") << int(Op::Browse);
+        QTest::newRow("resolve") << int(Op::Resolve);
+        QTest::newRow("lookup") << int(Op::GetAddrInfo);
+        QTest::newRow("monitor") << int(Op::QueryRecord);
+        QTest::newRow("registration") << int(Op::Register);
+    }
+
 private Q_SLOTS:
     void isEmptyAtFirst()
     {
@@ -184,15 +194,7 @@ private Q_SLOTS:
         QCOMPARE(record.of(Record::Reply).size(), 2);
     }
 
-    void aBrokenConnectionIsPumpedOnWithoutAWord_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::newRow("browse") << int(Op::Browse);
-        QTest::newRow("resolve") << int(Op::Resolve);
-        QTest::newRow("lookup") << int(Op::GetAddrInfo);
-        QTest::newRow("monitor") << int(Op::QueryRecord);
-        QTest::newRow("registration") << int(Op::Register);
-    }
+    void aBrokenConnectionIsPumpedOnWithoutAWord_data() { everyKind(); }
 
     void aBrokenConnectionIsPumpedOnWithoutAWord()
     {
@@ -208,15 +210,7 @@ private Q_SLOTS:
         QCOMPARE(record.of(Record::Log | Record::Signal), QStringList());
     }
 
-    void anErrorReplyLeavesTheOwnerListening_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::newRow("browse") << int(Op::Browse);
-        QTest::newRow("resolve") << int(Op::Resolve);
-        QTest::newRow("lookup") << int(Op::GetAddrInfo);
-        QTest::newRow("monitor") << int(Op::QueryRecord);
-        QTest::newRow("registration") << int(Op::Register);
-    }
+    void anErrorReplyLeavesTheOwnerListening_data() { everyKind(); }
 
     void anErrorReplyLeavesTheOwnerListening()
     {

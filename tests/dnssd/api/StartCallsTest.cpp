@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "IgnoredReplies.h"
 #include "PlayedNetwork.h"
 #include "StartErrors.h"
 
@@ -23,14 +24,6 @@ using StartCalls = PlayedNetwork;
 TEST_F(StartCalls, RefuseNullStringsAndLeaveTheHandleAsItWas)
 {
     DNSServiceRef ref = UnreadRef;
-    const auto onRegister = [](DNSServiceRef, DNSServiceFlags, DNSServiceErrorType, const char*, const char*,
-                               const char*, void*) {};
-    const auto onBrowse = [](DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
-                             const char*, const char*, void*) {};
-    const auto onResolve = [](DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
-                              const char*, uint16_t, uint16_t, const unsigned char*, void*) {};
-    const auto onAddress = [](DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*,
-                              const sockaddr*, uint32_t, void*) {};
     EXPECT_EQ(DNSServiceBrowse(&ref, 0, 0, nullptr, nullptr, onBrowse, nullptr), kDNSServiceErr_BadParam);
     EXPECT_EQ(DNSServiceResolve(&ref, 0, 0, nullptr, "_demo._tcp", "local", onResolve, nullptr),
               kDNSServiceErr_BadParam);

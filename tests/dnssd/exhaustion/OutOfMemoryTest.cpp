@@ -3,6 +3,7 @@
 // Each allocation of a call in turn finds no memory: the call says so, and nothing is thrown or leaked.
 #include "Connection.h"
 #include "FailingAllocation.h"
+#include "IgnoredReplies.h"
 #include "PlayedNetwork.h"
 
 using namespace vesk::dnssd;
@@ -15,26 +16,6 @@ constexpr unsigned TooMany = 10000; // allocations of one call
 
 const std::string LongTxt = "\x1Ftext=longer than a short string";
 
-void onRegister(DNSServiceRef, DNSServiceFlags, DNSServiceErrorType, const char*, const char*, const char*,
-                void*)
-{
-}
-void onBrowse(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const char*,
-              const char*, void*)
-{
-}
-void onResolve(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const char*,
-               uint16_t, uint16_t, const unsigned char*, void*)
-{
-}
-void onAddress(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, const sockaddr*,
-               uint32_t, void*)
-{
-}
-void onRecord(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, uint16_t, uint16_t,
-              uint16_t, const void*, uint32_t, void*)
-{
-}
 void onDomain(DNSServiceRef, DNSServiceFlags, uint32_t, DNSServiceErrorType, const char*, void*) {}
 void onRegisteredRecord(DNSServiceRef, DNSRecordRef, DNSServiceFlags, DNSServiceErrorType, void*) {}
 

@@ -31,9 +31,8 @@ struct ReplyKey
 };
 
 /**
- * Instances that have appeared and have not been handed over yet. Those that are untried
- * have not been asked for; the others have been, or are being, resolved to see whether a service is behind
- * the name.
+ * Instances that have appeared and have not been handed over yet. Those that are untried have not been asked
+ * for; the others have been, or are being, resolved to see whether a service is behind the name.
  */
 class InstanceBacklog
 {
